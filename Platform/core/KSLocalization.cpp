@@ -1,0 +1,140 @@
+#include "Platform/core/KSLocalization.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <optional>
+
+#include "Platform/core/KSLog.h"
+#include "Platform/plist/KSPropertyList.h"
+
+#ifndef KESTRUM_INSTALL_DATADIR
+#define KESTRUM_INSTALL_DATADIR "/usr/local/share"
+#endif
+#ifndef KESTRUM_SOURCE_DATADIR
+#define KESTRUM_SOURCE_DATADIR ""
+#endif
+
+namespace kestrum {
+
+const char* const KSModelBundleIdentifier = "com.verdane.framework.KestrumModel";
+const char* const KSModelStringsTable = "KestrumModel";
+
+namespace {
+
+struct State {
+    std::optional<std::vector<std::string>> languages;
+    std::vector<std::string> extraFolders;
+    // (bundle, table) -> merged table, most preferred language winning.
+    std::map<std::pair<std::string, std::string>, KSDictionary> tables;
+};
+
+State& state() {
+    static State s;
+    return s;
+}
+
+std::vector<std::string> languagesFromEnvironment() {
+    std::vector<std::string> result;
+    const char* names[] = {"LC_ALL", "LC_MESSAGES", "LANG"};
+    for (const char* name : names) {
+        const char* value = std::getenv(name);
+        if (!value || !*value) continue;
+        std::string locale = value;
+        auto cut = locale.find_first_of(".@");
+        if (cut != std::string::npos) locale.resize(cut);
+        if (locale == "C" || locale == "POSIX") break;
+        result.push_back(locale);
+        auto underscore = locale.find('_');
+        if (underscore != std::string::npos) result.push_back(locale.substr(0, underscore));
+        break;
+    }
+    result.push_back("en");
+    result.push_back("Base");
+    return result;
+}
+
+std::vector<std::string> resourceFolders() {
+    std::vector<std::string> folders = state().extraFolders;
+    if (const char* path = std::getenv("KESTRUM_RESOURCE_PATH"); path && *path) {
+        std::string all = path;
+        std::size_t start = 0;
+        while (start <= all.size()) {
+            std::size_t end = all.find(':', start);
+            if (end == std::string::npos) end = all.size();
+            if (end > start) folders.push_back(all.substr(start, end - start));
+            start = end + 1;
+        }
+    }
+    folders.push_back(std::string(KESTRUM_INSTALL_DATADIR) + "/kestrum");
+    if (*KESTRUM_SOURCE_DATADIR) folders.push_back(KESTRUM_SOURCE_DATADIR);
+    return folders;
+}
+
+const KSDictionary& tableFor(std::string_view bundle, std::string_view table) {
+    auto key = std::make_pair(std::string(bundle), std::string(table));
+    auto& tables = state().tables;
+    auto it = tables.find(key);
+    if (it != tables.end()) return it->second;
+    KSDictionary merged;
+    auto languages = KSLocalization::preferredLanguages();
+    // Least preferred first, so that more preferred languages overwrite.
+    for (auto lang = languages.rbegin(); lang != languages.rend(); ++lang) {
+        for (const auto& folder : resourceFolders()) {
+            std::string path = folder + "/" + key.first + "/" + *lang + ".lproj/" + key.second +
+                               ".strings";
+            std::ifstream in(path, std::ios::binary);
+            if (!in) continue;
+            std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+            KSError error;
+            KSDictionary entries = KSPropertyList::stringsTableFromString(text, &error);
+            if (error.isSet()) {
+                KSLog("Could not read strings table %@: %@", path, error.localizedDescription());
+                continue;
+            }
+            for (const auto& [k, v] : entries) merged.setObjectForKey(k, v);
+            break;  // the first folder holding this language wins
+        }
+    }
+    return tables.emplace(std::move(key), std::move(merged)).first->second;
+}
+
+}  // namespace
+
+std::string KSLocalizedStringFromTableInBundle(std::string_view key, std::string_view table,
+                                               std::string_view bundleIdentifier,
+                                               std::string_view defaultText) {
+    const KSDictionary& entries = tableFor(bundleIdentifier, table);
+    if (const KSValue* v = entries.find(key); v && v->isString()) return v->asString();
+    if (!defaultText.empty()) return std::string(defaultText);
+    return std::string(key);
+}
+
+std::string KSLocalizedString(std::string_view key, std::string_view defaultText) {
+    return KSLocalizedStringFromTableInBundle(key, KSModelStringsTable, KSModelBundleIdentifier,
+                                              defaultText);
+}
+
+std::vector<std::string> KSLocalization::preferredLanguages() {
+    auto& s = state();
+    if (!s.languages) s.languages = languagesFromEnvironment();
+    return *s.languages;
+}
+
+void KSLocalization::setPreferredLanguages(std::vector<std::string> languages) {
+    state().languages = std::move(languages);
+    state().tables.clear();
+}
+
+void KSLocalization::setAdditionalResourceFolders(std::vector<std::string> folders) {
+    state().extraFolders = std::move(folders);
+    state().tables.clear();
+}
+
+void KSLocalization::reset() {
+    state().tables.clear();
+    state().languages.reset();
+}
+
+}  // namespace kestrum

@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds everything and runs the whole test suite.
+#   bash scripts/test.sh            # the development build (preset "dev")
+#   bash scripts/test.sh asan       # the same suite under AddressSanitizer + UBSan
+set -euo pipefail
+cd "$(dirname "$0")/.."
+PRESET="${1:-dev}"
+bash scripts/install-deps.sh
+cmake --preset "$PRESET"
+cmake --build --preset "$PRESET"
+ctest --preset "$PRESET"
