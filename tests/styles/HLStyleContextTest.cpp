@@ -145,5 +145,71 @@ TEST_F(StyleContextTest, InvalidationDetachesUndoAndOwner) {
     EXPECT_EQ(style->valueForAttribute(HLBoldStyleAttribute), KSValue(true));
 }
 
+// A change log carries the named styles as a dictionary of names by identifier with an
+// "_order" list, and one property list per style; the receiving side rebuilds its list
+// with the list operations. This drives that exchange between two contexts.
+TEST_F(StyleContextTest, NamedStyleSnapshotAppliesToAnotherContextInOrder) {
+    auto a = list->addNamedStyleIdentifierInsertAtIndex("Alpha", "id-a", false, 0);
+    auto b = list->addNamedStyleIdentifierInsertAtIndex("Beta", "id-b", false, 0);
+    auto c = list->addNamedStyleIdentifierInsertAtIndex("Gamma", "id-c", false, 0);
+    b->setValueForAttribute(KSValue(true), HLItalicStyleAttribute);
+    c->addInheritedNamedStyle(b);
+    list->moveNamedStylesToIndex({c}, 0);
+
+    KSDictionary props;
+    KSArray order;
+    KSDictionary stylePlists;
+    for (const auto& style : context->namedStyles()) {
+        props.setObjectForKey(style->uniqueIdentifier(), KSValue(style->name()));
+        order.emplace_back(style->uniqueIdentifier());
+        stylePlists.setObjectForKey(
+            style->uniqueIdentifier(),
+            style->newPropertyListRepresentationIncludingInheritedStyles(true));
+    }
+    props.setObjectForKey("_order", KSValue(order));
+
+    // The other side has Beta under an old name, a style of its own, and Alpha missing.
+    auto other = HLStyleContext::styleContextWithUndoManager(nullptr, nullptr, "namedStyles");
+    auto otherList = other->namedStyleList();
+    otherList->addNamedStyleIdentifierInsertAtIndex("Old Beta", "id-b", false, 0);
+    otherList->addNamedStyleIdentifierInsertAtIndex("Local", "id-local", false, 0);
+
+    std::vector<std::string> leftOver;
+    for (const auto& style : other->namedStyles())
+        leftOver.push_back(style->uniqueIdentifier());
+    const KSArray& wanted = props.objectForKey("_order").asArray();
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+        std::string id = wanted[i].asString();
+        std::string name = props.objectForKey(id).asString();
+        if (auto existing = otherList->styleWithUniqueIdentifier(id)) {
+            existing->setName(name);
+            otherList->moveNamedStylesToIndex({existing}, i);
+            std::erase(leftOver, id);
+        } else {
+            otherList->addNamedStyleIdentifierInsertAtIndex(name, id, true, i);
+        }
+    }
+    for (const auto& id : leftOver) {
+        otherList->removeFromNamedStylesAtIndex(static_cast<std::size_t>(
+            otherList->indexOfNamedStyle(*otherList->styleWithUniqueIdentifier(id))));
+    }
+    for (const auto& [id, plist] : stylePlists) {
+        auto incoming = HLStyle::styleWithPropertyListRepresentation(plist, other, {}, false);
+        ASSERT_TRUE(incoming);
+        otherList->styleWithUniqueIdentifier(id)->setStyle(*incoming);
+    }
+
+    std::vector<std::string> otherNames;
+    for (const auto& style : other->namedStyles())
+        otherNames.push_back(style->name());
+    EXPECT_EQ(otherNames, (Names{"Gamma", "Alpha", "Beta"}));
+    auto otherGamma = otherList->styleWithUniqueIdentifier("id-c");
+    ASSERT_EQ(otherGamma->inheritedNamedStyles().size(), 1u);
+    EXPECT_EQ(otherGamma->inheritedNamedStyles().front(),
+              otherList->styleWithUniqueIdentifier("id-b"));
+    EXPECT_EQ(otherGamma->valueForAttribute(HLItalicStyleAttribute), KSValue(true));
+    EXPECT_EQ(a->name(), "Alpha");
+}
+
 }  // namespace
 }  // namespace kestrum
