@@ -4,6 +4,8 @@
 #include <cmath>
 #include <optional>
 
+#include "Platform/predicate/KSPredicateRegex.h"
+
 namespace kestrum {
 
 namespace {

@@ -9,6 +9,7 @@
 #include "Platform/predicate/KSComparisonPredicate.h"
 #include "Platform/predicate/KSCompoundPredicate.h"
 #include "Platform/predicate/KSExpression.h"
+#include "Platform/predicate/KSPredicateRegex.h"
 
 namespace kestrum {
 

@@ -1,7 +1,6 @@
 #include "Platform/predicate/KSPredicateStrings.h"
 
 #include <unicode/normalizer2.h>
-#include <unicode/regex.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 
@@ -107,49 +106,6 @@ bool KSPredicateLikeMatches(std::string_view text, std::string_view pattern, uns
     while (pi < p.size() && p[pi] == kStar)
         ++pi;
     return pi == p.size();
-}
-
-struct KSPredicateRegex::Impl {
-    std::unique_ptr<icu::RegexPattern> pattern;
-    unsigned options = 0;
-};
-
-KSPredicateRegex::KSPredicateRegex(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
-KSPredicateRegex::~KSPredicateRegex() = default;
-
-std::shared_ptr<KSPredicateRegex> KSPredicateRegex::compile(std::string_view pattern,
-                                                            unsigned options,
-                                                            std::string* message) {
-    // Only the diacritic option changes the pattern's text; case goes to the regex
-    // engine, which knows not to fold escapes like \S.
-    icu::UnicodeString text =
-        foldedUnicode(pattern, options & KSDiacriticInsensitivePredicateOption);
-    uint32_t flags = (options & KSCaseInsensitivePredicateOption) ? UREGEX_CASE_INSENSITIVE : 0;
-    UParseError parseError{};
-    UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::RegexPattern> compiled(
-        icu::RegexPattern::compile(text, flags, parseError, status));
-    if (U_FAILURE(status) || !compiled) {
-        if (message) {
-            *message = std::string("invalid regular expression (") + u_errorName(status) +
-                       " at offset " + std::to_string(parseError.offset) + ")";
-        }
-        return nullptr;
-    }
-    auto impl = std::make_unique<Impl>();
-    impl->pattern = std::move(compiled);
-    impl->options = options;
-    return std::make_shared<KSPredicateRegex>(std::move(impl));
-}
-
-bool KSPredicateRegex::matches(std::string_view text) const {
-    icu::UnicodeString subject =
-        foldedUnicode(text, impl_->options & KSDiacriticInsensitivePredicateOption);
-    UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::RegexMatcher> matcher(impl_->pattern->matcher(subject, status));
-    if (U_FAILURE(status) || !matcher) return false;
-    bool result = matcher->matches(status);
-    return U_SUCCESS(status) && result;
 }
 
 }  // namespace kestrum
