@@ -204,3 +204,47 @@ TEST(PredicateFormat, ErrorOffsetIsInTheUserInfo) {
 
 }  // namespace
 }  // namespace kestrum
+
+namespace kestrum {
+namespace {
+
+// Every prefix of valid text, and seeded random text, either parses to a predicate that
+// round-trips through its canonical text or gives an error: never a crash or a throw.
+TEST(PredicateFormatRobustness, PrefixesAndNoiseEitherRoundTripOrFail) {
+    const std::vector<std::string> samples = {
+        "(title BEGINSWITH[cd] 'Ré' OR ANY tags IN {'a', \"b\\\"\"}) AND NOT effort BETWEEN "
+        "{-1.5e3, 0x10}",
+        "dueDate >= CAST(12.5, \"NSDate\") && #\"Custom Key\" LIKE[c] '*x?' || SELF.owner.@count "
+        "!= nil",
+        "NONE subtasks.effort MATCHES '^[0-9]+$' AND TRUEPREDICATE OR !FALSEPREDICATE"};
+    auto check = [](const std::string& text) {
+        KSError error;
+        KSPredicatePtr predicate;
+        ASSERT_NO_THROW(predicate = KSPredicate::predicateWithFormat(text, {}, &error)) << text;
+        if (!predicate) {
+            EXPECT_EQ(error.domain(), KSPredicateErrorDomain) << text;
+            return;
+        }
+        auto reread = KSPredicate::predicateWithFormat(predicate->predicateFormat());
+        ASSERT_TRUE(reread) << text << " printed as " << predicate->predicateFormat();
+        EXPECT_EQ(*reread, *predicate) << text;
+    };
+    for (const auto& sample : samples) {
+        for (std::size_t n = 0; n <= sample.size(); ++n)
+            check(sample.substr(0, n));
+    }
+    const std::string alphabet = "aZ_#@%K()[]{}<>=!&|'\".,-+0123456789 eE\\xcdANDORNOTIN*?\xc3\xa9";
+    std::uint32_t seed = 12345;
+    for (int round = 0; round < 2000; ++round) {
+        std::string text;
+        int length = 1 + round % 40;
+        for (int i = 0; i < length; ++i) {
+            seed = seed * 1664525u + 1013904223u;
+            text += alphabet[(seed >> 16) % alphabet.size()];
+        }
+        check(text);
+    }
+}
+
+}  // namespace
+}  // namespace kestrum
