@@ -80,11 +80,11 @@ void HLNamedStyleList::_adopt(HLNamedStyle& style) {
 // Every mutation goes through here: one undo call puts the previous list back.
 void HLNamedStyleList::_setStyles(std::vector<std::shared_ptr<HLNamedStyle>> styles) {
     if (styles == styles_) return;
-    if (nonretainedContext_ && nonretainedContext_->undoManager()) {
+    auto self = std::static_pointer_cast<HLNamedStyleList>(weak_from_this().lock());
+    if (nonretainedContext_ && nonretainedContext_->undoManager() && self) {
         auto previous = styles_;
         nonretainedContext_->undoManager()->registerUndoWithTarget(
-            sharedFromThis<HLNamedStyleList>(),
-            [previous](HLNamedStyleList& list) { list._setStyles(previous); });
+            self, [previous](HLNamedStyleList& list) { list._setStyles(previous); });
     }
     for (const auto& style : styles)
         _adopt(*style);
@@ -98,8 +98,11 @@ std::shared_ptr<HLNamedStyle> HLNamedStyleList::addNamedStyleIdentifierInsertAtI
     if (!identifier.empty()) {
         if (auto existing = styleWithUniqueIdentifier(identifier)) return existing;
     }
-    std::shared_ptr<HLStyleContext> context =
-        nonretainedContext_ ? nonretainedContext_->sharedFromThis<HLStyleContext>() : nullptr;
+    std::shared_ptr<HLStyleContext> context;
+    if (nonretainedContext_) {
+        context =
+            std::static_pointer_cast<HLStyleContext>(nonretainedContext_->weak_from_this().lock());
+    }
     auto style =
         HLNamedStyle::namedStyleWithContext(context, std::move(name), std::move(identifier));
     insertObjectInNamedStylesAtIndex(style, insert ? index : styles_.size());

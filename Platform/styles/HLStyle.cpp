@@ -148,8 +148,10 @@ std::shared_ptr<LRColor> HLStyle::colorForAttribute(std::string_view key) const 
 void HLStyle::_registerUndo(std::function<void(HLStyle&)> handler) {
     if (!undoEnabled_) return;
     auto context = context_.lock();
-    if (!context || !context->undoManager()) return;
-    context->undoManager()->registerUndoWithTarget(sharedFromThis<HLStyle>(), std::move(handler));
+    // A style not held by a shared_ptr cannot be a target of undo; it just records nothing.
+    auto self = std::static_pointer_cast<HLStyle>(weak_from_this().lock());
+    if (!context || !context->undoManager() || !self) return;
+    context->undoManager()->registerUndoWithTarget(self, std::move(handler));
 }
 
 void HLStyle::_willChange(const std::string& attributeKey) {
