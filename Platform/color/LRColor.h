@@ -49,6 +49,7 @@ public:
     static const std::shared_ptr<LRColor>& yellowColor();     // 1, 1, 0, 1
     static const std::shared_ptr<LRColor>& orangeColor();     // 1, 0.5, 0, 1
 
+    // The components as fractions.
     double redComponent() const { return red_; }
     double greenComponent() const { return green_; }
     double blueComponent() const { return blue_; }
@@ -78,7 +79,8 @@ public:
     // Whether a property list has the shape of a colour's dictionary form.
     static bool isColorPropertyList(const KSValue& propertyList);
 
-    // "LRColor r g b a" with the shortest decimal texts of the components.
+    // "LRColor r g b a" with the shortest decimal texts of the components; equality and
+    // hash by the four components.
     std::string description() const override;
     bool isEqual(const KSBaseObject& other) const override;
     std::size_t hash() const override;

@@ -57,6 +57,7 @@ public:
                           KSComparisonPredicateModifier modifier, KSPredicateOperatorType type,
                           unsigned options);
 
+    // The two sides, the modifier, the operator and the option bits.
     const KSExpressionPtr& leftExpression() const { return left_; }
     const KSExpressionPtr& rightExpression() const { return right_; }
     KSComparisonPredicateModifier comparisonPredicateModifier() const { return modifier_; }
@@ -66,6 +67,7 @@ public:
     // The operator's canonical text ("==", "BEGINSWITH", ...).
     static const char* operatorText(KSPredicateOperatorType type);
 
+    // KSPredicate's operations (see there).
     Kind predicateKind() const override { return Kind::Comparison; }
     bool evaluateWithObject(const KSValue& object) const override;
     std::string predicateFormat() const override;

@@ -22,6 +22,7 @@ enum class KSCompoundPredicateType { Not, And, Or };
 class KSCompoundPredicate : public KSPredicate {
     KS_DECLARE_CLASS()
 public:
+    // AND, OR of a list, NOT of one predicate.
     static std::shared_ptr<const KSCompoundPredicate> andPredicateWithSubpredicates(
         std::vector<KSPredicatePtr> subpredicates);
     static std::shared_ptr<const KSCompoundPredicate> orPredicateWithSubpredicates(
@@ -32,9 +33,11 @@ public:
     // Public for std::make_shared; use the factories. Null subpredicates are dropped.
     KSCompoundPredicate(KSCompoundPredicateType type, std::vector<KSPredicatePtr> subpredicates);
 
+    // The type and the operands in order.
     KSCompoundPredicateType compoundPredicateType() const { return type_; }
     const std::vector<KSPredicatePtr>& subpredicates() const { return subpredicates_; }
 
+    // KSPredicate's operations (see there).
     Kind predicateKind() const override { return Kind::Compound; }
     bool evaluateWithObject(const KSValue& object) const override;
     std::string predicateFormat() const override;

@@ -46,6 +46,7 @@ public:
     // that {1, 2} and a substituted array argument are the same expression.
     static KSExpressionPtr expressionForAggregate(std::vector<KSExpressionPtr> elements);
 
+    // The kind of expression.
     Type expressionType() const { return type_; }
     // The constant (ConstantValue only; null otherwise).
     const KSValue& constantValue() const { return constant_; }
@@ -69,6 +70,7 @@ public:
     // Whether a word is reserved in the predicate language (any case).
     static bool isReservedWord(std::string_view word);
 
+    // Structural equality; numbers compare by value.
     bool isEqual(const KSExpression& other) const;
     std::size_t hash() const;
     friend bool operator==(const KSExpression& a, const KSExpression& b) { return a.isEqual(b); }

@@ -59,12 +59,14 @@ public:
     static const KSPredicatePtr& truePredicate();
     static const KSPredicatePtr& falsePredicate();
 
+    // Which kind of node this is.
     virtual Kind predicateKind() const = 0;
     // The result for an evaluated object: an object reference, a dictionary (its entries
     // are the keys) or any value (reached through SELF).
     virtual bool evaluateWithObject(const KSValue& object) const = 0;
     // The canonical text.
     virtual std::string predicateFormat() const = 0;
+    // The canonical text, for "%@".
     std::string description() const override { return predicateFormat(); }
 
     // The elements of `array` for which the predicate holds, in order.
@@ -82,6 +84,7 @@ public:
     static KSPredicatePtr predicateWithBase64ArchiveOrFormat(std::string_view text,
                                                              KSError* error = nullptr);
 
+    // Structural equality (isEqual).
     friend bool operator==(const KSPredicate& a, const KSPredicate& b) { return a.isEqual(b); }
     friend bool operator!=(const KSPredicate& a, const KSPredicate& b) { return !a.isEqual(b); }
 };

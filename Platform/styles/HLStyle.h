@@ -81,22 +81,27 @@ public:
     KSValue inheritedValueForAttribute(std::string_view key) const;
     // The own value, or null.
     KSValue localValueForAttribute(std::string_view key) const;
+    // Whether the style sets the attribute itself.
     bool hasLocalValueForAttribute(std::string_view key) const;
     // The effective value as a colour, or null when it is none.
     std::shared_ptr<LRColor> colorForAttribute(std::string_view key) const;
     // Sets the own value; null removes it. Nothing happens when the value is unchanged.
     void setValueForAttribute(const KSValue& value, std::string_view key);
+    // Removes the own value (undoable, as a set to null).
     void removeValueForAttribute(std::string_view key) { setValueForAttribute(KSValue(), key); }
     // The own values, in the order they were first set.
     const KSDictionary& locallyDefinedAttributes() const { return attributes_; }
 
     // --- Inherited named styles and cascade ------------------------------------------
+    // The named styles inherited, nearest first.
     const HLNamedStyleVector& inheritedNamedStyles() const { return inheritedNamedStyles_; }
     // Replaces the inherited named styles (undoable). A style that would inherit from
     // itself, directly or through others, is left out.
     void setInheritedNamedStyles(HLNamedStyleVector styles);
+    // Appends one inherited style, or removes one (both undoable).
     void addInheritedNamedStyle(const std::shared_ptr<HLNamedStyle>& style);
     void removeInheritedNamedStyle(const HLNamedStyle& style);
+    // The cascade, looked up in order after the inherited named styles.
     const HLStyleList& cascadeStyles() const { return cascadeStyles_; }
     // Replaces the cascade; a style that would cascade from itself is left out.
     void setCascadeStyles(HLStyleList styles);
@@ -124,12 +129,14 @@ public:
     void setSelectionRelativeName(std::string name);
 
     // --- Property lists and copies ---------------------------------------------------
+    // The property-list form described in the header comment.
     KSValue newPropertyListRepresentationIncludingInheritedStyles(
         bool includeInheritedStyles) const;
     // A style with the same context, cascade, own values and inherited styles; no owner,
     // undo off.
     std::shared_ptr<HLStyle> copy() const;
 
+    // Keyed access to attributes, and a text form for messages.
     KSValue valueForUndefinedKey(std::string_view key) const override;
     void setValueForUndefinedKey(const KSValue& value, std::string_view key) override;
     std::string description() const override;

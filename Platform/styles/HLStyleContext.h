@@ -40,6 +40,7 @@ public:
     static std::shared_ptr<HLStyleContext> styleContextWithUndoManager(
         std::shared_ptr<KSUndoManager> undoManager, KSBaseObject* owner, std::string containerKey);
 
+    // The undo manager, owner and container key given at creation (null after invalidate).
     const std::shared_ptr<KSUndoManager>& undoManager() const { return undoManager_; }
     KSBaseObject* owner() const { return nonretainedOwner_; }
     const std::string& containerKey() const { return containerKey_; }
