@@ -411,11 +411,14 @@ bool KSObject::isTrackedKey(std::string_view key) const {
     std::string k(key);
     const KSKeySet& tracked = changeTrackedKeysSet();
     if (tracked.count(k)) return true;
-    // A key that a tracked attribute depends on changes that attribute too.
+    // The observing layer tells the observers of dependent keys directly, not through
+    // these hooks, so a change of a key that a tracked attribute depends on is caught
+    // here: it changes that attribute too.
     for (const auto& dependent : classInfo().keysAffectedByKey(key)) {
         if (tracked.count(dependent)) return true;
     }
-    return userDataAttributeIdentifiers().count(k) > 0;
+    std::vector<std::string> userKeys = userDataKeys();
+    return std::find(userKeys.begin(), userKeys.end(), k) != userKeys.end();
 }
 
 void KSObject::willChangeValueForKey(std::string_view key) {
