@@ -1,0 +1,270 @@
+// KSScenario: one version of the plan, and the edit cycle that keeps it scheduled.
+//
+// A scenario owns the task tree (under `rootTask`), the resource tree (under
+// `rootResource`), the three difference engines and the critical paths. Tasks only say
+// that they need recomputing (taskNeedsSchedulingRecomputation); the scenario decides
+// when: on the deferred call it asks for on the event loop, or when the undo group
+// closes, whichever comes first. A recomputation runs the marked tasks until no task is
+// left, levels resources at most once, recalculates the critical paths, and
+// projectDidChange posts "KSProjectDidChangeNotification" once per pass.
+//
+// Around each undo group that touched tasks needing it, the scenario sends them
+// undoGroupDidOpen and undoGroupWillClose, and records the pair so that undo and redo
+// bracket the same tasks the same way.
+//
+//   auto scenario = std::make_shared<KSScenario>();
+//   project->addScenario(scenario);          // setProject: roots, engines, observers
+//   scenario->rootTask()->insertObjectInChildrenAtIndex(task, 0);
+//   KSRunLoop::current().runOnce();          // closes the group, recomputes
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Model/project/KSObject.h"
+#include "Model/project/KSTaskSet.h"
+
+namespace kestrum {
+
+class KSCriticalPath;
+class KSDifferenceEngine;
+class KSProjectItem;
+class KSResource;
+class KSTask;
+class TMDifferenceEngine;
+struct KSNotification;
+
+// Posted once per pass of the event loop after a scenario changed; object: the scenario.
+extern const char* const KSProjectDidChangeNotification;
+// Posted when a scenario is invalidated; object: the scenario.
+extern const char* const KSProjectInvalidateNotification;
+
+// How finely dates are rounded.
+enum KSScheduleGranularity : std::int32_t {
+    KSScheduleGranularityExact = 0,
+    KSScheduleGranularityHours = 1,
+    KSScheduleGranularityDays = 2,
+};
+// "exact", "hours" or "days".
+std::string KSScheduleGranularityArchiveString(KSScheduleGranularity granularity);
+// The granularity of an archive string; anything unknown reads as exact.
+KSScheduleGranularity KSScheduleGranularityFromArchiveString(std::string_view text);
+
+class KSScenario : public KSObject {
+    KS_DECLARE_CLASS()
+public:
+    // A detached scenario named "Actual"; setProject attaches it.
+    KSScenario();
+    ~KSScenario() override;
+
+    // --- Lifecycle ----------------------------------------------------------------------
+    // The owner (not retained), or null once invalidated or removed.
+    KSProject* project() const override { return nonretainedProject_; }
+    // Attaches to `project` (the roots, engines and undo observers are made anew), or
+    // detaches with null.
+    void setProject(KSProject* project);
+    // Ends the scenario: roots detached, engines cleared, "KSProjectInvalidate" posted.
+    void invalidate();
+    bool isInvalid() const { return flags_.isInvalid; }
+
+    // --- Fields -------------------------------------------------------------------------
+    const std::string& name() const { return name_; }
+    void setName(const std::string& name);
+    // The identity; made on first read.
+    const std::string& scenarioUUID() const;
+    void setScenarioUUID(std::string uuid) { scenarioUUID_ = std::move(uuid); }
+    KSScheduleGranularity scheduleGranularity() const { return scheduleGranularity_; }
+    void setScheduleGranularity(KSScheduleGranularity granularity);
+
+    const std::shared_ptr<KSTask>& rootTask() const { return rootTask_; }
+    const std::shared_ptr<KSResource>& rootResource() const { return rootResource_; }
+    KSDifferenceEngine* taskDifferenceEngine() const { return taskDifferenceEngine_.get(); }
+    KSDifferenceEngine* resourceDifferenceEngine() const { return resourceDifferenceEngine_.get(); }
+    TMDifferenceEngine* metadataDifferenceEngine() const { return metadataDifferenceEngine_.get(); }
+
+    // Templates of new tasks and resources; each setter marks its template a prototype.
+    const std::shared_ptr<KSTask>& prototypeTask() const { return prototypeTask_; }
+    void setPrototypeTask(std::shared_ptr<KSTask> task);
+    const std::shared_ptr<KSTask>& prototypeMilestone() const { return prototypeMilestone_; }
+    void setPrototypeMilestone(std::shared_ptr<KSTask> task);
+    const std::shared_ptr<KSTask>& prototypeTaskGroup() const { return prototypeTaskGroup_; }
+    void setPrototypeTaskGroup(std::shared_ptr<KSTask> task);
+    const std::shared_ptr<KSResource>& prototypeStaffResource() const {
+        return prototypeStaffResource_;
+    }
+    void setPrototypeStaffResource(std::shared_ptr<KSResource> resource);
+    const std::shared_ptr<KSResource>& prototypeEquipmentResource() const {
+        return prototypeEquipmentResource_;
+    }
+    void setPrototypeEquipmentResource(std::shared_ptr<KSResource> resource);
+    const std::shared_ptr<KSResource>& prototypeMaterialResource() const {
+        return prototypeMaterialResource_;
+    }
+    void setPrototypeMaterialResource(std::shared_ptr<KSResource> resource);
+    const std::shared_ptr<KSResource>& prototypeResourceGroup() const {
+        return prototypeResourceGroup_;
+    }
+    void setPrototypeResourceGroup(std::shared_ptr<KSResource> resource);
+
+    // The object creating this scenario while a baseline or file is read (not retained).
+    KSBaseObject* loadingContext() const { return nonretainedLoadingContext_; }
+    void setLoadingContext(KSBaseObject* context) { nonretainedLoadingContext_ = context; }
+
+    // Running totals of the tasks' issues of type error and warning.
+    std::uint32_t errorCount() const { return errorCount_; }
+    void setErrorCount(std::uint32_t count) { errorCount_ = count; }
+    std::uint32_t warningCount() const { return warningCount_; }
+    void setWarningCount(std::uint32_t count) { warningCount_ = count; }
+
+    // --- Flags --------------------------------------------------------------------------
+    bool isLevelingResources() const { return flags_.isLevelingResources; }
+    void setIsLevelingResources(bool flag) { flags_.isLevelingResources = flag; }
+    // Set while the scenario's contents are read.
+    bool isLoading() const { return flags_.isLoading; }
+    void setIsLoading(bool flag) { flags_.isLoading = flag; }
+    // The application's edit mode; the model gives it no meaning.
+    bool isEditing() const { return flags_.isInEditMode; }
+    void setIsEditing(bool flag) { flags_.isInEditMode = flag; }
+    // Always false: nothing in the model turns loop testing off.
+    bool shortcircuitDependencyLoopTesting() const {
+        return flags_.shortcircuitDependencyLoopTesting;
+    }
+    bool isRecomputingScheduling() const { return flags_.isRecomputingScheduling; }
+    bool delayAutoleveling() const { return flags_.delayAutoleveling; }
+    // Turning the delay off runs a pass if tasks were scheduled while it was on.
+    void setDelayAutoleveling(bool flag);
+    bool tasksScheduledWhileAutolevelingDelayed() const {
+        return flags_.tasksScheduledWhileAutolevelingDelayed;
+    }
+    bool pendingChangeNotification() const { return flags_.pendingChangeNotification; }
+
+    // --- Edit cycle ---------------------------------------------------------------------
+    // Puts `task` into the revalidation set, asking for a deferred recomputation when
+    // the set was empty and no recomputation runs. Prototypes are ignored.
+    void taskNeedsSchedulingRecomputation(KSTask& task);
+    // Asks for renumbering on the next recomputation.
+    void tasksNeedRenumbering();
+    // Brackets the open undo group for `task` (undoGroupDidOpen now, undoGroupWillClose
+    // when it closes). Ignored while undoing or redoing.
+    void taskNeedsUndoNotification(KSTask& task);
+    // Renumbers when asked, runs the marked tasks to a fixed point, levels at most once
+    // and recalculates the critical paths. Nothing once invalid or without a project.
+    void recomputeSchedulingForTasks();
+    // Renumbers the task outline when renumbering was asked for.
+    void recomputeNumericalOrder();
+    // The undo manager's group notifications.
+    void _didOpenUndoGroup(const KSNotification* notification);
+    void _willCloseUndoGroup(const KSNotification* notification);
+    void _didOpenUndoGroupWithTasks(const std::shared_ptr<KSTaskSet>& tasks);
+    void _willCloseUndoGroupWithTasks(const std::shared_ptr<KSTaskSet>& tasks);
+    // Asks for one "KSProjectDidChangeNotification" on the next pass.
+    void projectDidChange();
+    // The deferred half of projectDidChange.
+    void performProjectChanges();
+    // The plan's milestones in outline order (cached).
+    const std::vector<std::shared_ptr<KSTask>>& milestones() const;
+    void milestonesWillChange();
+    void milestonesDidChange();
+    // Levels now, or notes that leveling is owed while it is delayed.
+    void autolevelingInfoDidChange();
+    // Levels the resources of `tasks` (null: all tasks).
+    virtual void levelResourcesForTasks(const std::vector<std::shared_ptr<KSTask>>* tasks);
+    // The tasks waiting for recomputation.
+    const KSTaskSet& tasksNeedingRevalidation() const { return tasksNeedingRevalidation_; }
+    // The tasks of the open undo group, or null outside one.
+    const std::shared_ptr<KSTaskSet>& tasksNeedingUndoNotification() const {
+        return tasksNeedingUndoNotification_;
+    }
+
+    // --- Critical paths -------------------------------------------------------------------
+    const std::vector<std::shared_ptr<KSCriticalPath>>& criticalPaths() const {
+        return criticalPaths_;
+    }
+    // Adds `path`, replacing one with the same root (undoable).
+    void addCriticalPath(const std::shared_ptr<KSCriticalPath>& path);
+    // Removes `path` (undoable).
+    void removeCriticalPath(const std::shared_ptr<KSCriticalPath>& path);
+
+    // --- Membership callbacks from the trees ----------------------------------------------
+    void taskWillBeInserted(KSTask& task);
+    void taskWillBeRemoved(KSTask& task);
+    void resourceWillBeInserted(KSResource& resource);
+    void resourceWillBeRemoved(KSResource& resource);
+
+    // --- Outline state the file keeps: every item shows expanded here --------------------
+    bool itemIsExpanded(const KSProjectItem&) const { return true; }
+    void setItemIsExpanded(const KSProjectItem&, bool) {}
+    bool itemNoteIsExpanded(const KSProjectItem&) const { return true; }
+    void setItemNoteIsExpanded(const KSProjectItem&, bool) {}
+
+    // --- Identity towards its own change log ----------------------------------------------
+    TMObjectId objectId() const override { return 1; }
+    void setObjectId(TMObjectId) override {}
+    TMDifferenceEngine* differenceEngine() const override;
+    std::vector<std::string> userDataKeys() const override;
+    std::string subclassLocalizedTypeForUndo() const override;
+    std::string attachmentSubdirectoryName() const override { return "plan"; }
+    std::string idPrefix() const override { return "p"; }
+
+    // Every change of the scenario goes to the metadata engine unless it is invalid.
+    void willChangeValueForKey(std::string_view key) override;
+    void didChangeValueForKey(std::string_view key) override;
+    // The project's "hasTrackedChanges" notices are changes of this scenario.
+    void observeValueForKeyPathOfObjectChangeContext(std::string_view keyPath, KSBaseObject* object,
+                                                     const KSKeyValueChange& change,
+                                                     const void* context) override;
+
+private:
+    struct Flags {
+        bool pendingChangeNotification = false;
+        bool pendingTaskRevalidation = false;
+        bool isObservingStyles = false;
+        bool isLevelingResources = false;
+        bool isInEditMode = false;
+        bool isLoading = false;
+        bool isInvalid = false;
+        bool isTrackingChanges = false;
+        bool shortcircuitDependencyLoopTesting = false;
+        bool isRecomputingScheduling = false;
+        bool delayAutoleveling = false;
+        bool tasksScheduledWhileAutolevelingDelayed = false;
+        bool tasksNeedRenumbering = false;
+    };
+
+    void detachFromProject();
+    void attachToProject(KSProject& project);
+    void makeRoots();
+    void requestDeferredRecomputation();
+    void setPrototype(std::shared_ptr<KSTask>& field, std::shared_ptr<KSTask> task);
+    void setPrototype(std::shared_ptr<KSResource>& field, std::shared_ptr<KSResource> resource);
+
+    KSProject* nonretainedProject_ = nullptr;
+    std::string name_;
+    mutable std::string scenarioUUID_;
+    KSScheduleGranularity scheduleGranularity_ = KSScheduleGranularityExact;
+    std::shared_ptr<KSTask> prototypeTask_;
+    std::shared_ptr<KSTask> prototypeMilestone_;
+    std::shared_ptr<KSTask> prototypeTaskGroup_;
+    std::shared_ptr<KSResource> prototypeStaffResource_;
+    std::shared_ptr<KSResource> prototypeEquipmentResource_;
+    std::shared_ptr<KSResource> prototypeMaterialResource_;
+    std::shared_ptr<KSResource> prototypeResourceGroup_;
+    std::shared_ptr<KSTask> rootTask_;
+    std::shared_ptr<KSResource> rootResource_;
+    std::shared_ptr<KSDifferenceEngine> taskDifferenceEngine_;
+    std::shared_ptr<KSDifferenceEngine> resourceDifferenceEngine_;
+    std::shared_ptr<TMDifferenceEngine> metadataDifferenceEngine_;
+    KSBaseObject* nonretainedLoadingContext_ = nullptr;
+    Flags flags_;
+    mutable std::optional<std::vector<std::shared_ptr<KSTask>>> milestones_;
+    std::vector<std::shared_ptr<KSCriticalPath>> criticalPaths_;
+    std::uint32_t errorCount_ = 0;
+    std::uint32_t warningCount_ = 0;
+    KSTaskSet tasksNeedingRevalidation_;
+    std::shared_ptr<KSTaskSet> tasksNeedingUndoNotification_;
+};
+
+}  // namespace kestrum

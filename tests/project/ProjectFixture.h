@@ -1,0 +1,140 @@
+// A small plan for the project-model tests: a document with its undo manager, a project
+// with one scenario, and tasks that log what the edit cycle tells them.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Model/engine/KSCriticalPath.h"
+#include "Model/project/KSDocumentProtocol.h"
+#include "Model/project/KSProject.h"
+#include "Model/project/KSScenario.h"
+#include "Model/tasks/KSTask.h"
+#include "Platform/core/KSError.h"
+#include "Platform/core/KSNotificationCenter.h"
+#include "Platform/core/KSRunLoop.h"
+#include "Platform/core/KSUndoManager.h"
+
+namespace kestrum::test {
+
+// The application's side: an undo manager, file locations and presented errors.
+class TestDocument : public KSDocumentProtocol {
+public:
+    KSUndoManager* undoManager() override { return undo.get(); }
+    std::optional<std::string> fileURL() const override { return file; }
+    std::optional<std::string> savingToURL() const override { return saving; }
+    void presentError(const KSError& error) override { errors.push_back(error); }
+    void setShowHeadingNumbers(bool flag) override { headingNumbers = flag; }
+    void resourceLoadSubscriptionFlagDidChange() override {}
+
+    std::shared_ptr<KSUndoManager> undo = std::make_shared<KSUndoManager>();
+    std::optional<std::string> file;
+    std::optional<std::string> saving;
+    std::vector<KSError> errors;
+    bool headingNumbers = false;
+};
+
+// A task whose scheduling is not computed yet: it logs the edit cycle's calls and has
+// one setter shaped like the task setters (undo, action name, notices, invalidation).
+class RecordingTask : public KSTask {
+public:
+    void _recomputeScheduling() override {
+        ++recomputeCount;
+        KSTask::_recomputeScheduling();
+        if (onRecompute) onRecompute();
+    }
+    void undoGroupDidOpen() override {
+        groupCalls.push_back("open");
+        KSTask::undoGroupDidOpen();
+    }
+    void undoGroupWillClose() override {
+        groupCalls.push_back("close");
+        KSTask::undoGroupWillClose();
+    }
+    void recomputeNumericalOrder() override { ++renumberCount; }
+
+    double effort() const { return effort_; }
+    void setEffort(double effort) {
+        if (!setUndoableValue<RecordingTask>(effort_, effort, "effort", "Set Effort",
+                                             &RecordingTask::setEffort)) {
+            return;
+        }
+        _needsSchedulingRecomputation();
+        if (scenario()) scenario()->projectDidChange();
+    }
+
+    int recomputeCount = 0;
+    int renumberCount = 0;
+    std::vector<std::string> groupCalls;
+    std::function<void()> onRecompute;
+
+private:
+    double effort_ = 0.0;
+};
+
+// A scenario that counts leveling requests; `onLevel` stands for leveling moving dates.
+class CountingScenario : public KSScenario {
+public:
+    void levelResourcesForTasks(const std::vector<std::shared_ptr<KSTask>>* tasks) override {
+        ++levelCount;
+        levelAllTasks = tasks == nullptr;
+        undoEnabledWhileLeveling = undoManager() && undoManager()->isUndoRegistrationEnabled();
+        if (onLevel) onLevel();
+    }
+    int levelCount = 0;
+    bool levelAllTasks = false;
+    bool undoEnabledWhileLeveling = true;
+    std::function<void()> onLevel;
+};
+
+class ProjectTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        project = std::make_shared<KSProject>(&document);
+        scenario = std::make_shared<CountingScenario>();
+        project->addScenario(scenario);
+        drain();
+    }
+    void TearDown() override {
+        project->invalidate();
+        drain();
+    }
+
+    // Runs the event loop until nothing is left, closing the undo group.
+    static void drain() {
+        KSRunLoop::current().runUntilIdle();
+        KSRunLoop::current().runOnce();
+    }
+    KSTask& root() { return *scenario->rootTask(); }
+    // A new task appended to `parent` (the root by default).
+    std::shared_ptr<RecordingTask> addTask(const std::string& title,
+                                           KSProjectItem* parent = nullptr) {
+        auto task = std::make_shared<RecordingTask>();
+        task->setTitle(title);
+        KSProjectItem& into = parent ? *parent : root();
+        into.insertObjectInChildrenAtIndex(task, into.countOfChildren());
+        return task;
+    }
+    // The titles of the children of `item`, joined: "A B C".
+    static std::string titles(const KSProjectItem& item) {
+        std::string text;
+        if (!item.children()) return text;
+        for (const auto& child : *item.children()) {
+            if (!text.empty()) text += " ";
+            text += child->title().value_or("?");
+        }
+        return text;
+    }
+    KSUndoManager& undo() { return *document.undo; }
+
+    TestDocument document;
+    std::shared_ptr<KSProject> project;
+    std::shared_ptr<CountingScenario> scenario;
+};
+
+}  // namespace kestrum::test
