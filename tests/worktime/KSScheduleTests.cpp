@@ -362,3 +362,47 @@ TEST(KSSchedule, CopiesKeepDaysAndCalendars) {
 
 }  // namespace
 }  // namespace kestrum
+
+namespace kestrum {
+namespace {
+
+TEST(KSSchedule, ProportionsThroughTheNormalWeek) {
+    auto schedule = KSSchedule::schedule();
+    // Wednesday noon: Monday, Tuesday and Wednesday morning are behind, 10 of 40 hours.
+    EXPECT_DOUBLE_EQ(schedule->proportionOfDateThroughNormalWeek(on(kMonday + 2, 12)), 0.5);
+    EXPECT_DOUBLE_EQ(schedule->proportionOfDateThroughNormalWeek(on(kMonday - 1, 12)), 0.0);
+    EXPECT_TRUE(sameDate(schedule->dateWithProportionThroughNormalWeek(0.5, on(kMonday + 4, 0)),
+                         on(kMonday + 2, 12)));
+    EXPECT_TRUE(sameDate(schedule->dateWithProportionThroughNormalWeek(0.2, on(kMonday, 0)),
+                         on(kMonday, 17)));
+}
+
+TEST(KSScheduledDayEnumerator, WalksExceptionsInBothDirections) {
+    auto schedule = KSSchedule::schedule();
+    schedule->beginScheduleChanges();
+    schedule->timeOffCalendar()->addEvent(
+        KSCalendarEvent::eventWithStartEndTitle(on(kMonday + 1, 0), on(kMonday + 2, 0)));
+    schedule->finishedScheduleChanges();
+    KSScheduledDayEnumerator forward(schedule.get(), false);
+    forward.setStartDate(on(kMonday, 10));
+    EXPECT_EQ(forward.nextObject()->totalDuration(), 28800.0);
+    EXPECT_EQ(forward.daysUntilNextExceptionalDay(), 0);
+    EXPECT_EQ(forward.nextObject()->totalDuration(), 0.0);
+    EXPECT_EQ(forward.currentDayNumber(), kMonday + 1);
+    forward.skipDays(7);
+    EXPECT_GT(forward.daysUntilNextExceptionalDay(), 700000);
+    EXPECT_TRUE(sameDate(forward.currentDate(), on(kMonday + 8, 0)));
+    EXPECT_EQ(forward.currentDay()->totalDuration(), 28800.0);
+    // Walking back from after the last exception still meets it.
+    KSScheduledDayEnumerator backward(schedule.get(), true);
+    backward.setStartDate(on(kMonday + 9, 10));
+    double total = 0.0;
+    for (int i = 0; i < 10; ++i)
+        total += backward.nextObject()->totalDuration();
+    EXPECT_EQ(total, 28800.0 * 7);
+    const KSScheduledDayEnumerator* both[] = {&forward, &backward};
+    EXPECT_TRUE(KSScheduledDayEnumerator::haveMoreScheduledDaysInEnumerators(both));
+}
+
+}  // namespace
+}  // namespace kestrum
