@@ -26,6 +26,7 @@
 
 #include "Model/project/KSObject.h"
 #include "Model/project/KSTaskSet.h"
+#include "Model/worktime/KSScheduleGranularity.h"
 
 namespace kestrum {
 
@@ -42,12 +43,6 @@ extern const char* const KSProjectDidChangeNotification;
 // Posted when a scenario is invalidated; object: the scenario.
 extern const char* const KSProjectInvalidateNotification;
 
-// How finely dates are rounded.
-enum KSScheduleGranularity : std::int32_t {
-    KSScheduleGranularityExact = 0,
-    KSScheduleGranularityHours = 1,
-    KSScheduleGranularityDays = 2,
-};
 // "exact", "hours" or "days".
 std::string KSScheduleGranularityArchiveString(KSScheduleGranularity granularity);
 // The granularity of an archive string; anything unknown reads as exact.

@@ -4,9 +4,11 @@
 // allows a start only at a day's first working moment and an end only at its last.
 #pragma once
 
+#include <cstdint>
+
 namespace kestrum {
 
-enum KSScheduleGranularity : int {
+enum KSScheduleGranularity : std::int32_t {
     KSScheduleGranularityExact = 0,
     KSScheduleGranularityHours = 1,
     KSScheduleGranularityDays = 2,
