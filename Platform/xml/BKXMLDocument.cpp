@@ -1,0 +1,419 @@
+#include "Platform/xml/BKXMLDocument.h"
+
+#include <algorithm>
+#include <cstring>
+#include <unordered_map>
+#include <vector>
+
+#include "Platform/core/KSLog.h"
+#include "Platform/core/KSNumberText.h"
+#include "Platform/xml/BKXMLPrivate.h"
+
+namespace kestrum {
+
+using bkxml::nodeOf;
+
+const char* const BKXMLErrorOffsetKey = "BKXMLErrorOffset";
+const char* const BKXMLErrorLineKey = "BKXMLErrorLine";
+const char* const BKXMLErrorColumnKey = "BKXMLErrorColumn";
+
+struct BKXMLDocument::Impl {
+    pugi::xml_document xml;
+    // The open elements, root first.
+    std::vector<pugi::xml_node_struct*> stack;
+    std::string namespaceURL;
+    std::shared_ptr<const BKXMLWhitespaceBehavior> behavior;
+    KSDictionary userObjects;
+    // The bytes of a document parsed in place; the parsed strings point into it.
+    KSData buffer;
+    // Elements written only when referenced, with whether something referenced them.
+    std::unordered_map<pugi::xml_node_struct*, bool> ignorable;
+};
+
+namespace {
+
+constexpr unsigned kBaseParseFlags = pugi::parse_cdata | pugi::parse_escapes |
+                                     pugi::parse_wconv_attribute | pugi::parse_eol |
+                                     pugi::parse_embed_pcdata;
+
+// Collects the written bytes. The writer leaves a carriage return in text as it is, and
+// a parser would turn it into a line feed; as a character reference it survives. Raw
+// carriage returns reach this point only from text: attributes are escaped by the
+// writer and comments have their line breaks normalised.
+class DataWriter : public pugi::xml_writer {
+public:
+    explicit DataWriter(KSData& out) : out_(out) {}
+    void write(const void* data, size_t size) override {
+        const auto* p = static_cast<const std::uint8_t*>(data);
+        const auto* end = p + size;
+        while (p < end) {
+            const auto* cr = static_cast<const std::uint8_t*>(std::memchr(p, '\r', end - p));
+            if (!cr) {
+                out_.insert(out_.end(), p, end);
+                break;
+            }
+            out_.insert(out_.end(), p, cr);
+            static const char kReference[] = "&#13;";
+            out_.insert(out_.end(), kReference, kReference + sizeof kReference - 1);
+            p = cr + 1;
+        }
+    }
+
+private:
+    KSData& out_;
+};
+
+KSError parseError(BKXMLErrorCode code, const std::string& reason, std::ptrdiff_t offset,
+                   const KSData* original) {
+    KSDictionary info;
+    std::string description = "The XML data could not be read: " + reason;
+    if (offset >= 0) {
+        info.setObjectForKey(BKXMLErrorOffsetKey, KSValue(static_cast<long long>(offset)));
+        if (original && static_cast<std::size_t>(offset) <= original->size()) {
+            long line = 1;
+            std::ptrdiff_t lineStart = 0;
+            for (std::ptrdiff_t i = 0; i < offset; ++i) {
+                if ((*original)[i] == '\n') {
+                    ++line;
+                    lineStart = i + 1;
+                }
+            }
+            long column = static_cast<long>(offset - lineStart) + 1;
+            info.setObjectForKey(BKXMLErrorLineKey, KSValue(line));
+            info.setObjectForKey(BKXMLErrorColumnKey, KSValue(column));
+            description += " (line " + KSStringFromInteger(line) + ", column " +
+                           KSStringFromInteger(column) + ").";
+        } else {
+            description += " (at byte " + KSStringFromInteger(offset) + ").";
+        }
+    } else {
+        description += ".";
+    }
+    info.setObjectForKey(KSLocalizedDescriptionKey, KSValue(description));
+    return KSError(KSXMLErrorDomain, code, std::move(info));
+}
+
+BKXMLWhitespaceHandling resolvedHandling(const BKXMLWhitespaceBehavior& behavior, const char* name,
+                                         BKXMLWhitespaceHandling inherited) {
+    BKXMLWhitespaceHandling own = behavior.behaviorForElementName(name);
+    return own == BKXMLWhitespaceInherit ? inherited : own;
+}
+
+// Drops whitespace-only text from every element whose handling is Ignore. The walk is
+// iterative, so that deeply nested input cannot exhaust the stack.
+void applyWhitespaceRules(pugi::xml_node root, const BKXMLWhitespaceBehavior& behavior) {
+    std::vector<BKXMLWhitespaceHandling> handling;
+    auto enter = [&](pugi::xml_node element) {
+        BKXMLWhitespaceHandling inherited =
+            handling.empty() ? behavior.defaultBehavior() : handling.back();
+        handling.push_back(resolvedHandling(behavior, element.name(), inherited));
+        if (handling.back() == BKXMLWhitespaceIgnore &&
+            bkxml::hasEmbeddedText(element.internal_object()) &&
+            bkxml::isWhitespaceOnly(element.value())) {
+            element.text().set("");
+        }
+    };
+    pugi::xml_node current = root;
+    enter(current);
+    pugi::xml_node child = current.first_child();
+    for (;;) {
+        if (child) {
+            pugi::xml_node next = child.next_sibling();
+            if (child.type() == pugi::node_element) {
+                enter(child);
+                current = child;
+                child = child.first_child();
+                continue;
+            }
+            if (child.type() == pugi::node_pcdata && handling.back() == BKXMLWhitespaceIgnore &&
+                bkxml::isWhitespaceOnly(child.value())) {
+                current.remove_child(child);
+            }
+            child = next;
+        } else {
+            if (current == root) break;
+            handling.pop_back();
+            child = current.next_sibling();
+            current = current.parent();
+        }
+    }
+}
+
+}  // namespace
+
+BKXMLDocument::BKXMLDocument() : impl_(std::make_unique<Impl>()) {}
+BKXMLDocument::~BKXMLDocument() = default;
+
+std::unique_ptr<BKXMLDocument> BKXMLDocument::documentWithRootElementName(
+    std::string_view rootElementName, std::string_view namespaceURL,
+    std::shared_ptr<const BKXMLWhitespaceBehavior> behavior, BKXMLStringEncoding encoding,
+    KSError* error) {
+    if (encoding != BKXMLStringEncodingUTF8) {
+        KSSetError(error,
+                   KSError::errorWithDescription(KSXMLErrorDomain, BKXMLErrorUnsupportedEncoding,
+                                                 "XML documents can only be written in UTF-8."));
+        return nullptr;
+    }
+    if (rootElementName.empty()) {
+        KSSetError(error,
+                   KSError::errorWithDescription(KSXMLErrorDomain, BKXMLErrorInvalidName,
+                                                 "An XML document needs a root element name."));
+        return nullptr;
+    }
+    std::unique_ptr<BKXMLDocument> document(new BKXMLDocument());
+    document->impl_->namespaceURL = std::string(namespaceURL);
+    document->impl_->behavior = std::move(behavior);
+    std::string storage;
+    std::string_view name = bkxml::sanitizedName(rootElementName, storage);
+    pugi::xml_node root = document->impl_->xml.append_child(bkxml::NameBuffer(name).c_str());
+    document->impl_->stack.push_back(root.internal_object());
+    return document;
+}
+
+std::unique_ptr<BKXMLDocument> BKXMLDocument::documentWithData(
+    const KSData& data, std::shared_ptr<const BKXMLWhitespaceBehavior> behavior, KSError* error) {
+    std::unique_ptr<BKXMLDocument> document(new BKXMLDocument());
+    document->impl_->behavior = std::move(behavior);
+    const BKXMLWhitespaceBehavior* b = document->impl_->behavior.get();
+    unsigned flags = kBaseParseFlags;
+    if (!b || b->usesHandling(BKXMLWhitespacePreserve)) flags |= pugi::parse_ws_pcdata;
+    pugi::xml_parse_result result =
+        document->impl_->xml.load_buffer(data.data(), data.size(), flags, pugi::encoding_auto);
+    if (!result) {
+        BKXMLErrorCode code = result.status == pugi::status_no_document_element
+                                  ? BKXMLErrorNoRootElement
+                                  : BKXMLErrorMalformed;
+        KSSetError(error, parseError(code, result.description(), result.offset, &data));
+        return nullptr;
+    }
+    if (!document->finishParsing(data.size(), &data, error)) return nullptr;
+    return document;
+}
+
+std::unique_ptr<BKXMLDocument> BKXMLDocument::documentWithData(
+    KSData&& data, std::shared_ptr<const BKXMLWhitespaceBehavior> behavior, KSError* error) {
+    std::unique_ptr<BKXMLDocument> document(new BKXMLDocument());
+    Impl& impl = *document->impl_;
+    impl.behavior = std::move(behavior);
+    impl.buffer = std::move(data);
+    unsigned flags = kBaseParseFlags;
+    if (!impl.behavior || impl.behavior->usesHandling(BKXMLWhitespacePreserve)) {
+        flags |= pugi::parse_ws_pcdata;
+    }
+    pugi::xml_parse_result result = impl.xml.load_buffer_inplace(
+        impl.buffer.data(), impl.buffer.size(), flags, pugi::encoding_auto);
+    if (!result) {
+        BKXMLErrorCode code = result.status == pugi::status_no_document_element
+                                  ? BKXMLErrorNoRootElement
+                                  : BKXMLErrorMalformed;
+        KSSetError(error, parseError(code, result.description(), result.offset, nullptr));
+        return nullptr;
+    }
+    if (!document->finishParsing(impl.buffer.size(), nullptr, error)) return nullptr;
+    return document;
+}
+
+bool BKXMLDocument::finishParsing(std::size_t dataSize, const KSData* original, KSError* error) {
+    // The parser accepts fragments; a document has exactly one root element and nothing
+    // but whitespace beside it.
+    pugi::xml_node root;
+    for (pugi::xml_node child = impl_->xml.first_child(); child;) {
+        pugi::xml_node next = child.next_sibling();
+        if (child.type() == pugi::node_element) {
+            if (root) {
+                KSSetError(error, parseError(BKXMLErrorContentOutsideRoot,
+                                             "a second element follows the root element",
+                                             child.offset_debug(), original));
+                return false;
+            }
+            root = child;
+        } else if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) {
+            if (!bkxml::isWhitespaceOnly(child.value())) {
+                KSSetError(error, parseError(BKXMLErrorContentOutsideRoot,
+                                             "text stands outside the root element",
+                                             child.offset_debug(), original));
+                return false;
+            }
+            impl_->xml.remove_child(child);
+        }
+        child = next;
+    }
+    if (!root) {
+        KSSetError(error, parseError(BKXMLErrorNoRootElement, "no root element",
+                                     static_cast<std::ptrdiff_t>(dataSize), original));
+        return false;
+    }
+    const BKXMLWhitespaceBehavior* behavior = impl_->behavior.get();
+    if (behavior && behavior->usesHandling(BKXMLWhitespaceIgnore) &&
+        behavior->usesHandling(BKXMLWhitespacePreserve)) {
+        applyWhitespaceRules(root, *behavior);
+    }
+    impl_->stack.assign(1, root.internal_object());
+    return true;
+}
+
+const std::string& BKXMLDocument::namespaceURL() const {
+    return impl_->namespaceURL;
+}
+
+const std::shared_ptr<const BKXMLWhitespaceBehavior>& BKXMLDocument::whitespaceBehavior() const {
+    return impl_->behavior;
+}
+
+BKXMLElement BKXMLDocument::rootElement() const {
+    return BKXMLElement(impl_->stack.front(), const_cast<BKXMLDocument*>(this));
+}
+
+BKXMLElement BKXMLDocument::topElement() const {
+    return BKXMLElement(impl_->stack.back(), const_cast<BKXMLDocument*>(this));
+}
+
+std::size_t BKXMLDocument::stackDepth() const {
+    return impl_->stack.size();
+}
+
+BKXMLElement BKXMLDocument::pushElement(std::string_view name) {
+    BKXMLElement element = topElement().appendElement(name);
+    impl_->stack.push_back(element.internalNode());
+    return element;
+}
+
+bool BKXMLDocument::popElement() {
+    if (impl_->stack.size() <= 1) {
+        KSLog("BKXMLDocument: popElement with only the root element on the stack");
+        return false;
+    }
+    impl_->stack.pop_back();
+    return true;
+}
+
+BKXMLElement BKXMLDocument::appendElement(std::string_view name) {
+    return topElement().appendElement(name);
+}
+
+BKXMLElement BKXMLDocument::appendElementContainingString(std::string_view name,
+                                                          std::string_view text) {
+    BKXMLElement element = topElement().appendElement(name);
+    element.appendString(text);
+    return element;
+}
+
+BKXMLElement BKXMLDocument::appendElementContainingInteger(std::string_view name,
+                                                           std::int64_t value) {
+    return appendElementContainingString(name, KSStringFromInteger(value));
+}
+
+BKXMLElement BKXMLDocument::appendElementContainingReal(std::string_view name, float value) {
+    return appendElementContainingString(name, KSStringFromFloat(value));
+}
+
+BKXMLElement BKXMLDocument::appendElementContainingDouble(std::string_view name, double value) {
+    return appendElementContainingString(name, KSStringFromDouble(value));
+}
+
+BKXMLElement BKXMLDocument::appendElementContainingDate(std::string_view name, KSDate date) {
+    return appendElementContainingString(name, date.xmlString());
+}
+
+void BKXMLDocument::appendString(std::string_view text) {
+    topElement().appendString(text);
+}
+
+void BKXMLDocument::setAttributeString(std::string_view name, std::string_view value) {
+    topElement().setAttributeString(name, value);
+}
+
+void BKXMLDocument::setAttributeInteger(std::string_view name, std::int64_t value) {
+    topElement().setAttributeInteger(name, value);
+}
+
+void BKXMLDocument::setAttributeReal(std::string_view name, float value) {
+    topElement().setAttributeReal(name, value);
+}
+
+void BKXMLDocument::setAttributeDouble(std::string_view name, double value) {
+    topElement().setAttributeDouble(name, value);
+}
+
+void BKXMLDocument::setUserObjectForKey(const KSValue& object, std::string_view key) {
+    impl_->userObjects.setObjectForKey(key, object);
+}
+
+KSValue BKXMLDocument::userObjectForKey(std::string_view key) const {
+    return impl_->userObjects.objectForKey(key);
+}
+
+BKXMLCursor BKXMLDocument::cursor() const {
+    return BKXMLCursor(*this);
+}
+
+std::optional<KSData> BKXMLDocument::xmlData(KSError* error) {
+    removeUnreferencedElements();
+    static const char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+    KSData out;
+    out.reserve(64 * 1024);
+    out.insert(out.end(), kDeclaration, kDeclaration + sizeof kDeclaration - 1);
+    DataWriter writer(out);
+    try {
+        impl_->xml.save(writer, "", pugi::format_raw | pugi::format_no_declaration,
+                        pugi::encoding_utf8);
+    } catch (const std::bad_alloc&) {
+        KSSetError(error, KSError::errorWithDescription(KSXMLErrorDomain, BKXMLErrorMalformed,
+                                                        "Out of memory while writing XML."));
+        return std::nullopt;
+    }
+    out.push_back('\n');
+    return out;
+}
+
+bool BKXMLDocument::isIgnoredSlow(pugi::xml_node_struct* node) const {
+    auto it = impl_->ignorable.find(node);
+    return it != impl_->ignorable.end() && !it->second;
+}
+
+void BKXMLDocument::setNodeIgnoreUnlessReferenced(pugi::xml_node_struct* node, bool ignore) {
+    if (ignore) {
+        impl_->ignorable.emplace(node, false);
+    } else {
+        impl_->ignorable.erase(node);
+    }
+    hasIgnorableElements_ = !impl_->ignorable.empty();
+}
+
+void BKXMLDocument::markNodeAsReferenced(pugi::xml_node_struct* node) {
+    if (!hasIgnorableElements_) return;
+    for (pugi::xml_node n = nodeOf(node); n && n.type() == pugi::node_element; n = n.parent()) {
+        auto it = impl_->ignorable.find(n.internal_object());
+        if (it != impl_->ignorable.end()) it->second = true;
+    }
+}
+
+void BKXMLDocument::removeUnreferencedElements() {
+    if (!hasIgnorableElements_) return;
+    std::vector<pugi::xml_node_struct*> unreferenced;
+    for (const auto& [node, referenced] : impl_->ignorable) {
+        if (!referenced) unreferenced.push_back(node);
+    }
+    // Remove only the outermost ones (the rest go with them), and never the root, so that
+    // the document stays well-formed. All are found before any is removed.
+    std::vector<pugi::xml_node_struct*> outermost;
+    for (pugi::xml_node_struct* node : unreferenced) {
+        pugi::xml_node parent = nodeOf(node).parent();
+        if (!parent || parent.type() != pugi::node_element) continue;
+        bool insideAnother = false;
+        for (pugi::xml_node p = parent; p && p.type() == pugi::node_element; p = p.parent()) {
+            if (isIgnoredSlow(p.internal_object())) {
+                insideAnother = true;
+                break;
+            }
+        }
+        if (!insideAnother) outermost.push_back(node);
+    }
+    for (pugi::xml_node_struct* node : outermost)
+        nodeOf(node).parent().remove_child(nodeOf(node));
+    for (pugi::xml_node_struct* node : unreferenced)
+        impl_->ignorable.erase(node);
+    hasIgnorableElements_ = !impl_->ignorable.empty();
+}
+
+}  // namespace kestrum
