@@ -34,7 +34,7 @@ namespace {
 
 constexpr unsigned kBaseParseFlags = pugi::parse_cdata | pugi::parse_escapes |
                                      pugi::parse_wconv_attribute | pugi::parse_eol |
-                                     pugi::parse_embed_pcdata;
+                                     pugi::parse_embed_pcdata | pugi::parse_fragment;
 
 // Collects the written bytes. The writer leaves a carriage return in text as it is, and
 // a parser would turn it into a line feed; as a character reference it survives. Raw
