@@ -36,31 +36,63 @@ constexpr unsigned kBaseParseFlags = pugi::parse_cdata | pugi::parse_escapes |
                                      pugi::parse_wconv_attribute | pugi::parse_eol |
                                      pugi::parse_embed_pcdata | pugi::parse_fragment;
 
-// Collects the written bytes. The writer leaves a carriage return in text as it is, and
-// a parser would turn it into a line feed; as a character reference it survives. Raw
-// carriage returns reach this point only from text: attributes are escaped by the
-// writer and comments have their line breaks normalised.
+// Collects the written bytes in blocks of growing size, then joins them once: no block is
+// ever copied to grow, and the joined result is allocated at its exact size.
+//
+// The writer leaves a carriage return in text as it is, and a parser would turn it into
+// a line feed; as a character reference it survives. Raw carriage returns reach this
+// point only from text: attributes are escaped by the writer and comments have their
+// line breaks normalised.
 class DataWriter : public pugi::xml_writer {
 public:
-    explicit DataWriter(KSData& out) : out_(out) {}
     void write(const void* data, size_t size) override {
         const auto* p = static_cast<const std::uint8_t*>(data);
         const auto* end = p + size;
         while (p < end) {
             const auto* cr = static_cast<const std::uint8_t*>(std::memchr(p, '\r', end - p));
             if (!cr) {
-                out_.insert(out_.end(), p, end);
+                append(p, end - p);
                 break;
             }
-            out_.insert(out_.end(), p, cr);
+            append(p, cr - p);
             static const char kReference[] = "&#13;";
-            out_.insert(out_.end(), kReference, kReference + sizeof kReference - 1);
+            append(reinterpret_cast<const std::uint8_t*>(kReference), sizeof kReference - 1);
             p = cr + 1;
         }
     }
 
+    // The bytes written, between `prefix` and `suffix`.
+    KSData join(std::string_view prefix, std::string_view suffix) const {
+        std::size_t total = prefix.size() + suffix.size();
+        for (const KSData& block : blocks_)
+            total += block.size();
+        KSData out(total);
+        std::uint8_t* at = out.data();
+        at = std::copy(prefix.begin(), prefix.end(), at);
+        for (const KSData& block : blocks_)
+            at = std::copy(block.begin(), block.end(), at);
+        std::copy(suffix.begin(), suffix.end(), at);
+        return out;
+    }
+
 private:
-    KSData& out_;
+    void append(const std::uint8_t* p, std::size_t n) {
+        while (n > 0) {
+            if (blocks_.empty() || blocks_.back().size() == blocks_.back().capacity()) {
+                blocks_.emplace_back();
+                blocks_.back().reserve(nextBlockSize_);
+                nextBlockSize_ = std::min<std::size_t>(nextBlockSize_ * 2, 4 << 20);
+            }
+            KSData& block = blocks_.back();
+            std::size_t count = std::min(n, block.capacity() - block.size());
+            block.insert(block.end(), p, p + count);
+            p += count;
+            n -= count;
+        }
+    }
+
+    std::vector<KSData> blocks_;
+    std::size_t nextBlockSize_ = 64 << 10;
 };
 
 KSError parseError(BKXMLErrorCode code, const std::string& reason, std::ptrdiff_t offset,
@@ -93,52 +125,6 @@ KSError parseError(BKXMLErrorCode code, const std::string& reason, std::ptrdiff_
     return KSError(KSXMLErrorDomain, code, std::move(info));
 }
 
-BKXMLWhitespaceHandling resolvedHandling(const BKXMLWhitespaceBehavior& behavior, const char* name,
-                                         BKXMLWhitespaceHandling inherited) {
-    BKXMLWhitespaceHandling own = behavior.behaviorForElementName(name);
-    return own == BKXMLWhitespaceInherit ? inherited : own;
-}
-
-// Drops whitespace-only text from every element whose handling is Ignore. The walk is
-// iterative, so that deeply nested input cannot exhaust the stack.
-void applyWhitespaceRules(pugi::xml_node root, const BKXMLWhitespaceBehavior& behavior) {
-    std::vector<BKXMLWhitespaceHandling> handling;
-    auto enter = [&](pugi::xml_node element) {
-        BKXMLWhitespaceHandling inherited =
-            handling.empty() ? behavior.defaultBehavior() : handling.back();
-        handling.push_back(resolvedHandling(behavior, element.name(), inherited));
-        if (handling.back() == BKXMLWhitespaceIgnore &&
-            bkxml::hasEmbeddedText(element.internal_object()) &&
-            bkxml::isWhitespaceOnly(element.value())) {
-            element.text().set("");
-        }
-    };
-    pugi::xml_node current = root;
-    enter(current);
-    pugi::xml_node child = current.first_child();
-    for (;;) {
-        if (child) {
-            pugi::xml_node next = child.next_sibling();
-            if (child.type() == pugi::node_element) {
-                enter(child);
-                current = child;
-                child = child.first_child();
-                continue;
-            }
-            if (child.type() == pugi::node_pcdata && handling.back() == BKXMLWhitespaceIgnore &&
-                bkxml::isWhitespaceOnly(child.value())) {
-                current.remove_child(child);
-            }
-            child = next;
-        } else {
-            if (current == root) break;
-            handling.pop_back();
-            child = current.next_sibling();
-            current = current.parent();
-        }
-    }
-}
-
 }  // namespace
 
 BKXMLDocument::BKXMLDocument() : impl_(std::make_unique<Impl>()) {}
@@ -162,6 +148,7 @@ std::unique_ptr<BKXMLDocument> BKXMLDocument::documentWithRootElementName(
     }
     std::unique_ptr<BKXMLDocument> document(new BKXMLDocument());
     document->impl_->namespaceURL = std::string(namespaceURL);
+    document->hidesWhitespace_ = behavior && behavior->usesHandling(BKXMLWhitespaceIgnore);
     document->impl_->behavior = std::move(behavior);
     std::string storage;
     std::string_view name = bkxml::sanitizedName(rootElementName, storage);
@@ -243,11 +230,11 @@ bool BKXMLDocument::finishParsing(std::size_t dataSize, const KSData* original, 
                                      static_cast<std::ptrdiff_t>(dataSize), original));
         return false;
     }
+    // Whitespace-only text was kept by the parser only where some element preserves it;
+    // where the rules call it layout the layer then passes over it as it reads.
     const BKXMLWhitespaceBehavior* behavior = impl_->behavior.get();
-    if (behavior && behavior->usesHandling(BKXMLWhitespaceIgnore) &&
-        behavior->usesHandling(BKXMLWhitespacePreserve)) {
-        applyWhitespaceRules(root, *behavior);
-    }
+    hidesWhitespace_ = behavior && behavior->usesHandling(BKXMLWhitespaceIgnore) &&
+                       behavior->usesHandling(BKXMLWhitespacePreserve);
     impl_->stack.assign(1, root.internal_object());
     return true;
 }
@@ -349,21 +336,26 @@ BKXMLCursor BKXMLDocument::cursor() const {
 
 std::optional<KSData> BKXMLDocument::xmlData(KSError* error) {
     removeUnreferencedElements();
-    static const char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
-    KSData out;
-    out.reserve(64 * 1024);
-    out.insert(out.end(), kDeclaration, kDeclaration + sizeof kDeclaration - 1);
-    DataWriter writer(out);
+    DataWriter writer;
     try {
         impl_->xml.save(writer, "", pugi::format_raw | pugi::format_no_declaration,
                         pugi::encoding_utf8);
+        return writer.join("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n", "\n");
     } catch (const std::bad_alloc&) {
         KSSetError(error, KSError::errorWithDescription(KSXMLErrorDomain, BKXMLErrorMalformed,
                                                         "Out of memory while writing XML."));
         return std::nullopt;
     }
-    out.push_back('\n');
-    return out;
+}
+
+bool BKXMLDocument::isIgnoringWhitespaceIn(pugi::xml_node_struct* element) const {
+    const BKXMLWhitespaceBehavior* behavior = impl_->behavior.get();
+    if (!behavior) return false;
+    for (pugi::xml_node n = nodeOf(element); n && n.type() == pugi::node_element; n = n.parent()) {
+        BKXMLWhitespaceHandling own = behavior->behaviorForElementName(n.name());
+        if (own != BKXMLWhitespaceInherit) return own == BKXMLWhitespaceIgnore;
+    }
+    return behavior->defaultBehavior() == BKXMLWhitespaceIgnore;
 }
 
 bool BKXMLDocument::isIgnoredSlow(pugi::xml_node_struct* node) const {

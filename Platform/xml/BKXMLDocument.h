@@ -15,7 +15,9 @@
 //   std::optional<KSData> bytes = document->xmlData(&error);
 //
 // Reading: `documentWithData` parses bytes (answering null with an error on malformed
-// input), applying the whitespace behaviour; `cursor()` then walks it in order.
+// input); `cursor()` then walks it in order. Whitespace-only text that the whitespace
+// behaviour calls layout is passed over by cursors, child lists and character data, in
+// parsed and built documents alike, so that a document read in memory reads as its file.
 //
 // Text is written without added layout (no indentation), so that what a reader gets back
 // is exactly what a writer put in. Carriage returns in text and tabs, line feeds and
@@ -143,7 +145,12 @@ public:
     // Null, with an error, only if writing fails.
     std::optional<KSData> xmlData(KSError* error);
 
-    // --- The layer's own bookkeeping of elements written only when referenced ----------
+    // --- The layer's own bookkeeping ----------------------------------------------------
+    // Whether whitespace-only text may be layout to pass over somewhere in the document.
+    bool hidesWhitespace() const { return hidesWhitespace_; }
+    // Whether whitespace-only text directly inside `element` is layout (the handling of
+    // its nearest ruled ancestor-or-self, else the default, is Ignore).
+    bool isIgnoringWhitespaceIn(pugi::xml_node_struct* element) const;
     bool isIgnoredNode(pugi::xml_node_struct* node) const {
         return hasIgnorableElements_ && isIgnoredSlow(node);
     }
@@ -159,6 +166,7 @@ private:
 
     std::unique_ptr<Impl> impl_;
     bool hasIgnorableElements_ = false;
+    bool hidesWhitespace_ = false;
 };
 
 }  // namespace kestrum

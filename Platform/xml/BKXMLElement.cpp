@@ -132,12 +132,12 @@ BKXMLElement BKXMLElement::firstChildNamed(std::string_view name) const {
 BKXMLNode BKXMLElement::lastChild() const {
     if (!node_) return BKXMLNode();
     pugi::xml_node child = nodeOf(node_).last_child();
-    while (child && document_ && document_->isIgnoredNode(child.internal_object())) {
+    while (child && bkxml::isHidden(child, document_))
         child = child.previous_sibling();
-    }
     if (child) return BKXMLNode(child.internal_object(), document_, false);
-    if (bkxml::hasEmbeddedText(node_)) return BKXMLNode(node_, document_, true);
-    return BKXMLNode();
+    // No visible child node: the embedded text, when it is shown, is the last child.
+    BKXMLNode first = bkxml::firstChildOf(node_, document_);
+    return first.isEmbeddedText() ? first : BKXMLNode();
 }
 
 BKXMLElement BKXMLElement::parent() const {

@@ -10,18 +10,70 @@ namespace bkxml {
 
 namespace {
 
-BKXMLNode visibleFrom(pugi::xml_node node, BKXMLDocument* document) {
-    while (node && document && document->isIgnoredNode(node.internal_object())) {
-        node = node.next_sibling();
+// Whitespace-only text in an element whose handling makes it layout. `text` is a text
+// node, or the element itself for its embedded text. The cheap tests come first.
+bool isHiddenWhitespace(pugi::xml_node text, bool embedded, BKXMLDocument* document) {
+    if (!document || !document->hidesWhitespace() || !isWhitespaceOnly(text.value())) return false;
+    return document->isIgnoringWhitespaceIn(embedded ? text.internal_object()
+                                                     : text.parent().internal_object());
+}
+
+}  // namespace
+
+bool isHidden(pugi::xml_node node, BKXMLDocument* document) {
+    if (!document) return false;
+    switch (node.type()) {
+        case pugi::node_element:
+            return document->isIgnoredNode(node.internal_object());
+        case pugi::node_pcdata:
+            return isHiddenWhitespace(node, false, document);
+        default:
+            return false;
     }
-    return node ? BKXMLNode(node.internal_object(), document, false) : BKXMLNode();
+}
+
+namespace {
+
+BKXMLNode::Kind kindOf(pugi::xml_node_type type) {
+    switch (type) {
+        case pugi::node_element:
+            return BKXMLNode::Kind::Element;
+        case pugi::node_pcdata:
+        case pugi::node_cdata:
+            return BKXMLNode::Kind::Text;
+        case pugi::node_comment:
+            return BKXMLNode::Kind::Comment;
+        case pugi::node_null:
+            return BKXMLNode::Kind::Null;
+        default:
+            return BKXMLNode::Kind::Other;
+    }
+}
+
+// The first node from `node` on that is not hidden; each node's type is asked once.
+BKXMLNode visibleFrom(pugi::xml_node node, BKXMLDocument* document) {
+    for (; node; node = node.next_sibling()) {
+        pugi::xml_node_type type = node.type();
+        if (document) {
+            if (type == pugi::node_element && document->isIgnoredNode(node.internal_object())) {
+                continue;
+            }
+            if (type == pugi::node_pcdata && isHiddenWhitespace(node, false, document)) {
+                continue;
+            }
+        }
+        return BKXMLNode(node.internal_object(), document, kindOf(type));
+    }
+    return BKXMLNode();
 }
 
 }  // namespace
 
 BKXMLNode firstChildOf(pugi::xml_node_struct* element, BKXMLDocument* document) {
     if (!element) return BKXMLNode();
-    if (hasEmbeddedText(element)) return BKXMLNode(element, document, true);
+    if (hasEmbeddedText(element) && !isHiddenWhitespace(nodeOf(element), true, document)) {
+        return BKXMLNode(element, document, true);
+    }
     return visibleFrom(nodeOf(element).first_child(), document);
 }
 
@@ -33,22 +85,15 @@ BKXMLNode nextSiblingOf(const BKXMLNode& node) {
 
 }  // namespace bkxml
 
-BKXMLNode::Kind BKXMLNode::kind() const {
-    if (!node_) return Kind::Null;
-    if (embedded_) return Kind::Text;
-    switch (bkxml::nodeOf(node_).type()) {
-        case pugi::node_element:
-            return Kind::Element;
-        case pugi::node_pcdata:
-        case pugi::node_cdata:
-            return Kind::Text;
-        case pugi::node_comment:
-            return Kind::Comment;
-        case pugi::node_null:
-            return Kind::Null;
-        default:
-            return Kind::Other;
+BKXMLNode::BKXMLNode(pugi::xml_node_struct* node, BKXMLDocument* document, bool embeddedText)
+    : node_(node), document_(document), embedded_(embeddedText) {
+    if (!node_) return;
+    if (embedded_) {
+        kind_ = Kind::Text;
+        return;
     }
+    kind_ = bkxml::kindOf(bkxml::nodeOf(node_).type());
+    if (kind_ == Kind::Null) node_ = nullptr;
 }
 
 BKXMLElement BKXMLNode::element() const {
@@ -56,8 +101,7 @@ BKXMLElement BKXMLNode::element() const {
 }
 
 std::string_view BKXMLNode::string() const {
-    Kind k = kind();
-    if (k != Kind::Text && k != Kind::Comment) return {};
+    if (kind_ != Kind::Text && kind_ != Kind::Comment) return {};
     return bkxml::nodeOf(node_).value();
 }
 

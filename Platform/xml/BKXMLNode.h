@@ -25,10 +25,12 @@ public:
     BKXMLNode() = default;
     // The layer's own constructor: `embeddedText` names the text that the parser keeps
     // inside the element `node` itself.
-    BKXMLNode(pugi::xml_node_struct* node, BKXMLDocument* document, bool embeddedText)
-        : node_(node), document_(document), embedded_(embeddedText) {}
+    BKXMLNode(pugi::xml_node_struct* node, BKXMLDocument* document, bool embeddedText);
+    // The same with the kind already known (the layer's stepping code).
+    BKXMLNode(pugi::xml_node_struct* node, BKXMLDocument* document, Kind kind)
+        : node_(node), document_(document), kind_(kind) {}
 
-    Kind kind() const;
+    Kind kind() const { return kind_; }
     bool isNull() const { return node_ == nullptr; }
     explicit operator bool() const { return node_ != nullptr; }
     bool isElement() const { return kind() == Kind::Element; }
@@ -53,6 +55,7 @@ private:
     pugi::xml_node_struct* node_ = nullptr;
     BKXMLDocument* document_ = nullptr;
     bool embedded_ = false;
+    Kind kind_ = Kind::Null;
 };
 
 // The children of an element in document order, for range-for loops. Elements that are

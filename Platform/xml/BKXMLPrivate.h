@@ -79,6 +79,9 @@ std::string_view sanitizedName(std::string_view name, std::string& storage);
 
 namespace kestrum::bkxml {
 
+// Whether a child is passed over: an element to be written only when referenced that was
+// not, or whitespace-only text where the whitespace behaviour makes it layout.
+bool isHidden(pugi::xml_node node, BKXMLDocument* document);
 // The first child of an element as the layer presents it (embedded text first), passing
 // over elements that are to be written only when referenced and were not.
 BKXMLNode firstChildOf(pugi::xml_node_struct* element, BKXMLDocument* document);

@@ -284,9 +284,15 @@ TEST(BKXMLDocumentParsing, WritingAParsedDocumentAgainGivesTheSameBytes) {
     auto again = roundTrip(*document);
     ASSERT_TRUE(again);
     EXPECT_EQ(serialized(*again), once);
+    // The layout is written back as it was read, and still read as layout.
     EXPECT_EQ(once,
               "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-              "<root><a x=\"1&#09;2\">t&#13;u</a><lit>  keep  </lit></root>\n");
+              "<root>\n  <a x=\"1&#09;2\">t&#13;u</a>\n  <lit>  keep  </lit>\n</root>\n");
+    std::vector<std::string> names;
+    for (BKXMLNode child : again->rootElement().children()) {
+        names.push_back(std::string(child.element().name()));
+    }
+    EXPECT_EQ(names, (std::vector<std::string>{"a", "lit"}));
 }
 
 }  // namespace
