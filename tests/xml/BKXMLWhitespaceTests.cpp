@@ -69,6 +69,24 @@ TEST(BKXMLWhitespace, LiteralTextSurvivesAWriteAndReadExactly) {
     EXPECT_EQ(BKCharacterDataFromElement(task.firstChildNamed("lit")), literal);
 }
 
+TEST(BKXMLWhitespace, ABuiltDocumentReadsInMemoryAsItsFileReads) {
+    auto document = newDocument();
+    document->pushElement("task");
+    document->appendString("\n  ");
+    document->appendElementContainingString("title", "   ");
+    document->appendElementContainingString("lit", "   ");
+    document->popElement();
+    auto file = roundTrip(*document);
+    ASSERT_TRUE(file);
+    for (BKXMLDocument* d : {document.get(), file.get()}) {
+        BKXMLElement task = d->rootElement().firstChildNamed("task");
+        EXPECT_EQ(childTexts(task), (std::vector<std::string>{"<title>", "<lit>"}));
+        EXPECT_EQ(BKCharacterDataFromElement(task.firstChildNamed("title")), "");
+        EXPECT_EQ(BKCharacterDataFromElement(task.firstChildNamed("lit")), "   ");
+        EXPECT_TRUE(task.firstChildNamed("title").lastChild().isNull());
+    }
+}
+
 TEST(BKXMLWhitespace, DefaultsAndTheSharedIgnoreBehaviour) {
     const char* text = "<a> <b> </b> x </a>";
     auto keepAll = parse(text);  // no behaviour: all text kept
