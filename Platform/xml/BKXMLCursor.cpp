@@ -50,7 +50,7 @@ bool BKXMLCursor::closeElement() {
     BKXMLNode left(current_, document_, false);
     next_ = bkxml::nextSiblingOf(left);
     lastConsumed_ = left;
-    current_ = bkxml::nodeOf(current_).parent().internal_object();
+    current_ = bkxml::structOf(bkxml::nodeOf(current_).parent());
     --depth_;
     return true;
 }

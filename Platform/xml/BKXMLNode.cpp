@@ -14,8 +14,7 @@ namespace {
 // node, or the element itself for its embedded text. The cheap tests come first.
 bool isHiddenWhitespace(pugi::xml_node text, bool embedded, BKXMLDocument* document) {
     if (!document || !document->hidesWhitespace() || !isWhitespaceOnly(text.value())) return false;
-    return document->isIgnoringWhitespaceIn(embedded ? text.internal_object()
-                                                     : text.parent().internal_object());
+    return document->isIgnoringWhitespaceIn(embedded ? structOf(text) : structOf(text.parent()));
 }
 
 }  // namespace
@@ -24,7 +23,7 @@ bool isHidden(pugi::xml_node node, BKXMLDocument* document) {
     if (!document) return false;
     switch (node.type()) {
         case pugi::node_element:
-            return document->isIgnoredNode(node.internal_object());
+            return document->isIgnoredNode(structOf(node));
         case pugi::node_pcdata:
             return isHiddenWhitespace(node, false, document);
         default:
@@ -55,14 +54,14 @@ BKXMLNode visibleFrom(pugi::xml_node node, BKXMLDocument* document) {
     for (; node; node = node.next_sibling()) {
         pugi::xml_node_type type = node.type();
         if (document) {
-            if (type == pugi::node_element && document->isIgnoredNode(node.internal_object())) {
+            if (type == pugi::node_element && document->isIgnoredNode(structOf(node))) {
                 continue;
             }
             if (type == pugi::node_pcdata && isHiddenWhitespace(node, false, document)) {
                 continue;
             }
         }
-        return BKXMLNode(node.internal_object(), document, kindOf(type));
+        return BKXMLNode(structOf(node), document, kindOf(type));
     }
     return BKXMLNode();
 }
@@ -71,7 +70,8 @@ BKXMLNode visibleFrom(pugi::xml_node node, BKXMLDocument* document) {
 
 BKXMLNode firstChildOf(pugi::xml_node_struct* element, BKXMLDocument* document) {
     if (!element) return BKXMLNode();
-    if (hasEmbeddedText(element) && !isHiddenWhitespace(nodeOf(element), true, document)) {
+    // `element` is always an element here, so a value of its own is embedded text.
+    if (nodeOf(element).value()[0] != 0 && !isHiddenWhitespace(nodeOf(element), true, document)) {
         return BKXMLNode(element, document, true);
     }
     return visibleFrom(nodeOf(element).first_child(), document);

@@ -5,14 +5,24 @@
 
 #include <pugixml.hpp>
 
+#include <bit>
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace kestrum::bkxml {
 
+// pugixml's handle is exactly its node pointer, but its constructor and internal_object()
+// are out-of-line calls into the shared library; on the cursor's hot path a bit cast does
+// the same for free.
+static_assert(sizeof(pugi::xml_node) == sizeof(pugi::xml_node_struct*) &&
+              std::is_trivially_copyable_v<pugi::xml_node>);
 inline pugi::xml_node nodeOf(pugi::xml_node_struct* node) {
-    return pugi::xml_node(node);
+    return std::bit_cast<pugi::xml_node>(node);
+}
+inline pugi::xml_node_struct* structOf(pugi::xml_node node) {
+    return std::bit_cast<pugi::xml_node_struct*>(node);
 }
 
 inline bool isXMLSpace(char c) {
@@ -38,9 +48,9 @@ inline bool hasEmbeddedText(pugi::xml_node_struct* node) {
     return n.type() == pugi::node_element && n.value()[0] != 0;
 }
 
+// Whether a null-terminated name equals `wanted`, without measuring the name first.
 inline bool nameEquals(const char* name, std::string_view wanted) {
-    return std::strlen(name) == wanted.size() &&
-           std::memcmp(name, wanted.data(), wanted.size()) == 0;
+    return std::strncmp(name, wanted.data(), wanted.size()) == 0 && name[wanted.size()] == 0;
 }
 
 // A null-terminated copy of a short name, on the stack when it fits.
