@@ -36,18 +36,6 @@ inline bool isWhitespaceOnly(const char* text) {
     return true;
 }
 
-inline bool isTextNode(pugi::xml_node_struct* node) {
-    auto type = nodeOf(node).type();
-    return type == pugi::node_pcdata || type == pugi::node_cdata;
-}
-
-// An element's text stored inside the element itself (the parser embeds the first text
-// child of an element to save a node).
-inline bool hasEmbeddedText(pugi::xml_node_struct* node) {
-    pugi::xml_node n = nodeOf(node);
-    return n.type() == pugi::node_element && n.value()[0] != 0;
-}
-
 // Whether a null-terminated name equals `wanted`, without measuring the name first.
 inline bool nameEquals(const char* name, std::string_view wanted) {
     return std::strncmp(name, wanted.data(), wanted.size()) == 0 && name[wanted.size()] == 0;
