@@ -45,14 +45,14 @@ template <class... Args>
 
 }  // namespace kestrum
 
-#define KS_ASSERT(condition, ...)                                                       \
-    do {                                                                                \
-        if (!(condition)) {                                                             \
-            ::kestrum::KSAssertionFailure(__FILE__, __LINE__, __func__,                 \
-                                          ::kestrum::KSStringWithFormat(__VA_ARGS__));  \
-        }                                                                               \
+#define KS_ASSERT(condition, ...)                                                      \
+    do {                                                                               \
+        if (!(condition)) {                                                            \
+            ::kestrum::KSAssertionFailure(__FILE__, __LINE__, __func__,                \
+                                          ::kestrum::KSStringWithFormat(__VA_ARGS__)); \
+        }                                                                              \
     } while (0)
 
-#define KS_FAIL(...) \
+#define KS_FAIL(...)                                            \
     ::kestrum::KSAssertionFailure(__FILE__, __LINE__, __func__, \
                                   ::kestrum::KSStringWithFormat(__VA_ARGS__))

@@ -41,8 +41,10 @@ struct KSObservationInfo {
 
 KSUndefinedKeyException::KSUndefinedKeyException(std::string className, std::string key)
     : key_(std::move(key)) {
-    message_ = "[<" + className + "> setValue:forUndefinedKey:]: this class is not key value "
-               "coding-compliant for the key " + key_ + ".";
+    message_ = "[<" + className +
+               "> setValue:forUndefinedKey:]: this class is not key value "
+               "coding-compliant for the key " +
+               key_ + ".";
 }
 
 KSBaseObject::KSBaseObject() = default;
@@ -105,7 +107,8 @@ void KSBaseObject::setValueForKeyPath(const KSValue& value, std::string_view key
 }
 
 void KSBaseObject::setValuesForKeysWithDictionary(const KSDictionary& values) {
-    for (const auto& [key, value] : values) setValueForKey(value, key);
+    for (const auto& [key, value] : values)
+        setValueForKey(value, key);
 }
 
 KSValue::Type KSBaseObject::valueTypeForKey(std::string_view key) const {
@@ -119,9 +122,10 @@ bool KSBaseObject::isSettableKey(std::string_view key) const {
 }
 
 KSValue KSBaseObject::valueForUndefinedKey(std::string_view key) const {
-    KSLog("[<%@> valueForUndefinedKey:]: this class is not key value coding-compliant for the "
-          "key %@.",
-          className(), std::string(key));
+    KSLog(
+        "[<%@> valueForUndefinedKey:]: this class is not key value coding-compliant for the "
+        "key %@.",
+        className(), std::string(key));
     return KSValue();
 }
 
@@ -130,15 +134,15 @@ void KSBaseObject::setValueForUndefinedKey(const KSValue&, std::string_view key)
 }
 
 void KSBaseObject::setNilValueForKey(std::string_view key) {
-    KSLog("[<%@> setNilValueForKey:]: could not set nil as the value for the key %@.",
-          className(), std::string(key));
+    KSLog("[<%@> setNilValueForKey:]: could not set nil as the value for the key %@.", className(),
+          std::string(key));
 }
 
 // --- Observing ---------------------------------------------------------------------
 
 void KSBaseObject::addObserverForKeyPathOptionsContext(KSBaseObject* observer,
-                                                       std::string_view keyPath,
-                                                       unsigned options, const void* context) {
+                                                       std::string_view keyPath, unsigned options,
+                                                       const void* context) {
     if (!observer) return;
     if (!observationInfo_) observationInfo_ = std::make_unique<KSObservationInfo>();
     auto observation = std::make_shared<KSObservationInfo::Observation>(
@@ -151,8 +155,7 @@ void KSBaseObject::addObserverForKeyPathOptionsContext(KSBaseObject* observer,
     }
 }
 
-void KSBaseObject::removeObserverForKeyPathContext(KSBaseObject* observer,
-                                                   std::string_view keyPath,
+void KSBaseObject::removeObserverForKeyPathContext(KSBaseObject* observer, std::string_view keyPath,
                                                    const void* context) {
     if (!observationInfo_) return;
     auto& list = observationInfo_->observations;
@@ -197,7 +200,8 @@ void KSBaseObject::noteWillChange(std::string_view key, KSKeyValueChangeKind kin
     auto observers = observationInfo_->observersOf(key);
     if (observers.empty()) return;
     bool wantsOld = false;
-    for (const auto& o : observers) wantsOld |= (o->options & KSKeyValueObservingOptionOld) != 0;
+    for (const auto& o : observers)
+        wantsOld |= (o->options & KSKeyValueObservingOptionOld) != 0;
     KSObservationInfo::PendingChange note{std::string(key), KSValue(), wantsOld};
     if (wantsOld) note.oldValue = valueForKey(key);
     // A will-change that was never closed is replaced, not stacked.
@@ -233,7 +237,8 @@ void KSBaseObject::noteDidChange(std::string_view key, KSKeyValueChangeKind kind
     auto observers = observationInfo_->observersOf(key);
     if (observers.empty()) return;
     bool wantsNew = false;
-    for (const auto& o : observers) wantsNew |= (o->options & KSKeyValueObservingOptionNew) != 0;
+    for (const auto& o : observers)
+        wantsNew |= (o->options & KSKeyValueObservingOptionNew) != 0;
     KSValue newValue = wantsNew ? valueForKey(key) : KSValue();
     for (const auto& o : observers) {
         if (o->removed) continue;

@@ -59,9 +59,11 @@ void KSClassInfo::finish() {
     affectedBy_.clear();
     KeyLists direct;
     for (const auto& [key, dependsOn] : affecting_) {
-        for (const auto& source : dependsOn) direct[source].push_back(key);
+        for (const auto& source : dependsOn)
+            direct[source].push_back(key);
     }
-    for (auto& [source, dependents] : direct) std::sort(dependents.begin(), dependents.end());
+    for (auto& [source, dependents] : direct)
+        std::sort(dependents.begin(), dependents.end());
     for (const auto& [source, ignored] : direct) {
         std::vector<std::string> result;
         std::unordered_set<std::string> seen{source};

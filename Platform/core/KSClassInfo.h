@@ -50,7 +50,8 @@ struct KSValueTraits<bool> {
     static constexpr KSValue::Type valueType = KSValue::Type::Bool;
     static KSValue toValue(bool b) { return KSValue(b); }
     static bool fromValue(const KSValue& v, bool* out) {
-        if (v.isNull() || v.isArray() || v.isDictionary() || v.isObject() || v.isData()) return false;
+        if (v.isNull() || v.isArray() || v.isDictionary() || v.isObject() || v.isData())
+            return false;
         *out = v.boolValue();
         return true;
     }
@@ -212,7 +213,8 @@ private:
         }
     };
     using Map = std::unordered_map<std::string, KSAttribute, Hash, std::equal_to<>>;
-    using KeyLists = std::unordered_map<std::string, std::vector<std::string>, Hash, std::equal_to<>>;
+    using KeyLists =
+        std::unordered_map<std::string, std::vector<std::string>, Hash, std::equal_to<>>;
 
     std::string name_;
     const KSClassInfo* superclass_ = nullptr;
@@ -263,8 +265,7 @@ public:
     }
 
     // An attribute through free-form closures working on KSValue.
-    void custom(std::string key, KSValue::Type valueType,
-                std::function<KSValue(const T&)> getter,
+    void custom(std::string key, KSValue::Type valueType, std::function<KSValue(const T&)> getter,
                 std::function<bool(T&, const KSValue&)> setter = nullptr, bool scalar = false) {
         KSAttribute a;
         a.key = key;

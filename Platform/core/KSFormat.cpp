@@ -107,26 +107,29 @@ std::string cFormat(const Spec& spec, double d) {
 std::string integerText(const Spec& spec, const KSValue& value, bool isUnsigned) {
     std::string digits;
     bool negative = false;
-    if (spec.conversion == 'x' || spec.conversion == 'X' || spec.conversion == 'o' ||
-        isUnsigned) {
+    if (spec.conversion == 'x' || spec.conversion == 'X' || spec.conversion == 'o' || isUnsigned) {
         std::uint64_t u = static_cast<std::uint64_t>(value.integerValue());
         if (spec.conversion == 'u' || spec.conversion == 'd' || spec.conversion == 'i') {
             digits = std::to_string(u);
         } else {
             char buffer[32];
-            const char* f = spec.conversion == 'x' ? "%llx" : spec.conversion == 'X' ? "%llX" : "%llo";
+            const char* f = spec.conversion == 'x'   ? "%llx"
+                            : spec.conversion == 'X' ? "%llX"
+                                                     : "%llo";
             std::snprintf(buffer, sizeof buffer, f, static_cast<unsigned long long>(u));
             digits = buffer;
             if (spec.alternate && u != 0) {
-                digits = (spec.conversion == 'o' ? "0" : spec.conversion == 'x' ? "0x" : "0X") +
+                digits = (spec.conversion == 'o'   ? "0"
+                          : spec.conversion == 'x' ? "0x"
+                                                   : "0X") +
                          digits;
             }
         }
     } else {
         std::int64_t i = value.integerValue();
         negative = i < 0;
-        std::uint64_t magnitude = negative ? (0 - static_cast<std::uint64_t>(i))
-                                           : static_cast<std::uint64_t>(i);
+        std::uint64_t magnitude =
+            negative ? (0 - static_cast<std::uint64_t>(i)) : static_cast<std::uint64_t>(i);
         digits = std::to_string(magnitude);
     }
     if (spec.precision >= 0 && digits.size() < static_cast<std::size_t>(spec.precision)) {
@@ -233,7 +236,8 @@ std::string KSStringWithFormatArguments(std::string_view format,
             spec.precision = precision;
         }
         // Length modifiers are accepted and ignored: every integer is 64-bit here.
-        while (i < format.size() && std::strchr("hlqLjzt", format[i]) != nullptr) ++i;
+        while (i < format.size() && std::strchr("hlqLjzt", format[i]) != nullptr)
+            ++i;
         if (i >= format.size()) {
             out.append(format.substr(start));
             break;

@@ -82,18 +82,20 @@ const KSDictionary& tableFor(std::string_view bundle, std::string_view table) {
     // Least preferred first, so that more preferred languages overwrite.
     for (auto lang = languages.rbegin(); lang != languages.rend(); ++lang) {
         for (const auto& folder : resourceFolders()) {
-            std::string path = folder + "/" + key.first + "/" + *lang + ".lproj/" + key.second +
-                               ".strings";
+            std::string path =
+                folder + "/" + key.first + "/" + *lang + ".lproj/" + key.second + ".strings";
             std::ifstream in(path, std::ios::binary);
             if (!in) continue;
-            std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+            std::string text((std::istreambuf_iterator<char>(in)),
+                             std::istreambuf_iterator<char>());
             KSError error;
             KSDictionary entries = KSPropertyList::stringsTableFromString(text, &error);
             if (error.isSet()) {
                 KSLog("Could not read strings table %@: %@", path, error.localizedDescription());
                 continue;
             }
-            for (const auto& [k, v] : entries) merged.setObjectForKey(k, v);
+            for (const auto& [k, v] : entries)
+                merged.setObjectForKey(k, v);
             break;  // the first folder holding this language wins
         }
     }

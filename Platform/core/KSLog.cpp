@@ -42,7 +42,9 @@ KSLogCapture::KSLogCapture() {
     previous_ = KSSetLogHook([this](const std::string& line) { lines_.push_back(line); });
 }
 
-KSLogCapture::~KSLogCapture() { KSSetLogHook(std::move(previous_)); }
+KSLogCapture::~KSLogCapture() {
+    KSSetLogHook(std::move(previous_));
+}
 
 bool KSLogCapture::contains(std::string_view text) const {
     for (const auto& line : lines_) {

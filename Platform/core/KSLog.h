@@ -5,9 +5,9 @@
 #pragma once
 
 #include <functional>
-#include <vector>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "Platform/core/KSFormat.h"
 

@@ -14,11 +14,14 @@ bool isSpace(char c) {
 }
 
 std::size_t skipSpace(std::string_view text, std::size_t i = 0) {
-    while (i < text.size() && isSpace(text[i])) ++i;
+    while (i < text.size() && isSpace(text[i]))
+        ++i;
     return i;
 }
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
 
 bool startsWithNoCase(std::string_view text, std::size_t at, std::string_view word) {
     if (text.size() - at < word.size()) return false;
@@ -100,13 +103,14 @@ double KSDoubleValueOfString(std::string_view text) {
         std::size_t k = j + 1;
         if (k < text.size() && (text[k] == '+' || text[k] == '-')) ++k;
         if (k < text.size() && isDigit(text[k])) {
-            while (k < text.size() && isDigit(text[k])) ++k;
+            while (k < text.size() && isDigit(text[k]))
+                ++k;
             j = k;
         }
     }
     double value = 0.0;
-    auto result = std::from_chars(text.data() + start, text.data() + j, value,
-                                  std::chars_format::general);
+    auto result =
+        std::from_chars(text.data() + start, text.data() + j, value, std::chars_format::general);
     if (result.ec == std::errc::result_out_of_range) {
         // Overflow gives infinity, underflow zero, as strtod does.
         bool tiny = false;
@@ -126,7 +130,8 @@ double KSDoubleValueOfString(std::string_view text) {
 bool KSBoolValueOfString(std::string_view text) {
     std::size_t i = skipSpace(text);
     if (i < text.size() && (text[i] == '+' || text[i] == '-')) ++i;
-    while (i < text.size() && text[i] == '0') ++i;
+    while (i < text.size() && text[i] == '0')
+        ++i;
     if (i >= text.size()) return false;
     char c = text[i];
     return c == 'Y' || c == 'y' || c == 'T' || c == 't' || (c >= '1' && c <= '9');

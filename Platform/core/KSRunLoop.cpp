@@ -110,15 +110,16 @@ bool KSRunLoop::runOnce() {
         if (timer->invalid || timer->due > now) continue;
         didWork = true;
         if (timer->repeats && timer->interval > 0) {
-            while (timer->due <= now) timer->due = timer->due.dateByAddingTimeInterval(timer->interval);
+            while (timer->due <= now)
+                timer->due = timer->due.dateByAddingTimeInterval(timer->interval);
         } else {
             timer->invalid = true;
         }
         timer->call();
     }
-    timers_.erase(std::remove_if(timers_.begin(), timers_.end(),
-                                 [](const auto& t) { return t->invalid; }),
-                  timers_.end());
+    timers_.erase(
+        std::remove_if(timers_.begin(), timers_.end(), [](const auto& t) { return t->invalid; }),
+        timers_.end());
 
     // End-of-pass observers, including ones added during this pass.
     for (std::size_t i = 0; i < observers_.size(); ++i) {
@@ -139,9 +140,8 @@ int KSRunLoop::runUntilIdle(int maxPasses) {
         KSDate now = KSClock::now();
         bool anyDue = std::any_of(pending_.begin(), pending_.end(),
                                   [&](const Pending& p) { return p.due <= now; }) ||
-                      std::any_of(timers_.begin(), timers_.end(), [&](const auto& t) {
-                          return !t->invalid && t->due <= now;
-                      });
+                      std::any_of(timers_.begin(), timers_.end(),
+                                  [&](const auto& t) { return !t->invalid && t->due <= now; });
         if (!runOnce()) {
             if (!anyDue) break;
         } else {
@@ -174,7 +174,9 @@ bool KSRunLoop::hasPendingWork() const {
            std::any_of(timers_.begin(), timers_.end(), [](const auto& t) { return !t->invalid; });
 }
 
-std::size_t KSRunLoop::pendingCallCount() const { return pending_.size(); }
+std::size_t KSRunLoop::pendingCallCount() const {
+    return pending_.size();
+}
 
 bool KSRunLoop::nextFireDate(KSDate* out) const {
     bool found = false;

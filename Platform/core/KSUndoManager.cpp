@@ -57,10 +57,13 @@ void KSUndoManager::Group::removeTarget(const void* target) {
 
 KSUndoManager::KSUndoManager() {
     // The event group closes at the end of each pass of this thread's event loop.
-    endOfPassToken_ = KSRunLoop::current().addEndOfPassObserver([this] { closeGroupAtEndOfPass(); });
+    endOfPassToken_ =
+        KSRunLoop::current().addEndOfPassObserver([this] { closeGroupAtEndOfPass(); });
 }
 
-KSUndoManager::~KSUndoManager() { KSRunLoop::current().removeEndOfPassObserver(endOfPassToken_); }
+KSUndoManager::~KSUndoManager() {
+    KSRunLoop::current().removeEndOfPassObserver(endOfPassToken_);
+}
 
 void KSUndoManager::post(const char* name) {
     KSNotificationCenter::defaultCenter().postNotificationName(name, this);
@@ -90,23 +93,28 @@ void KSUndoManager::registerUndoWithTargetHandler(std::shared_ptr<void> target,
 
 void KSUndoManager::removeAllActionsWithTarget(const void* target) {
     for (auto* stack : {&undoStack_, &redoStack_}) {
-        for (auto& group : *stack) group->removeTarget(target);
-        stack->erase(std::remove_if(stack->begin(), stack->end(),
-                                    [](auto& g) { return g->isEmpty(); }),
-                     stack->end());
+        for (auto& group : *stack)
+            group->removeTarget(target);
+        stack->erase(
+            std::remove_if(stack->begin(), stack->end(), [](auto& g) { return g->isEmpty(); }),
+            stack->end());
     }
-    for (auto& group : openGroups_) group->removeTarget(target);
+    for (auto& group : openGroups_)
+        group->removeTarget(target);
 }
 
 void KSUndoManager::removeAllActions() {
     undoStack_.clear();
     redoStack_.clear();
-    for (auto& group : openGroups_) group->entries.clear();
+    for (auto& group : openGroups_)
+        group->entries.clear();
 }
 
 // --- Groups --------------------------------------------------------------------------
 
-int KSUndoManager::groupingLevel() const { return static_cast<int>(openGroups_.size()); }
+int KSUndoManager::groupingLevel() const {
+    return static_cast<int>(openGroups_.size());
+}
 
 void KSUndoManager::setLevelsOfUndo(std::size_t levels) {
     levelsOfUndo_ = levels;
@@ -117,8 +125,8 @@ void KSUndoManager::trimUndoStack() {
     if (levelsOfUndo_ == 0) return;
     for (auto* stack : {&undoStack_, &redoStack_}) {
         if (stack->size() > levelsOfUndo_) {
-            stack->erase(stack->begin(),
-                         stack->begin() + static_cast<std::ptrdiff_t>(stack->size() - levelsOfUndo_));
+            stack->erase(stack->begin(), stack->begin() + static_cast<std::ptrdiff_t>(
+                                                              stack->size() - levelsOfUndo_));
         }
     }
 }
@@ -162,7 +170,9 @@ void KSUndoManager::closeGroupAtEndOfPass() {
     if (groupsByEvent_ && openGroups_.size() == 1 && state_ == State::Idle) endUndoGrouping();
 }
 
-void KSUndoManager::disableUndoRegistration() { ++disableCount_; }
+void KSUndoManager::disableUndoRegistration() {
+    ++disableCount_;
+}
 
 void KSUndoManager::enableUndoRegistration() {
     if (disableCount_ == 0) {
@@ -179,7 +189,9 @@ bool KSUndoManager::canUndo() const {
     return openGroups_.size() == 1 && !openGroups_.back()->isEmpty();
 }
 
-bool KSUndoManager::canRedo() const { return !redoStack_.empty(); }
+bool KSUndoManager::canRedo() const {
+    return !redoStack_.empty();
+}
 
 void KSUndoManager::runGroup(Group& group) {
     // Last recorded runs first; nested groups unwind the same way.
@@ -211,7 +223,8 @@ void KSUndoManager::undoNestedGroup() {
     openGroup();
     runGroup(*group);
     if (!openGroups_.empty()) openGroups_.front()->actionName = group->actionName;
-    while (!openGroups_.empty()) closeGroup();
+    while (!openGroups_.empty())
+        closeGroup();
     state_ = State::Idle;
     post(KSUndoManagerDidUndoChangeNotification);
 }
@@ -234,7 +247,8 @@ void KSUndoManager::redo() {
     openGroup();
     runGroup(*group);
     if (!openGroups_.empty()) openGroups_.front()->actionName = group->actionName;
-    while (!openGroups_.empty()) closeGroup();
+    while (!openGroups_.empty())
+        closeGroup();
     state_ = State::Idle;
     post(KSUndoManagerDidRedoChangeNotification);
 }
@@ -261,7 +275,11 @@ std::string KSUndoManager::redoActionName() const {
     return redoStack_.empty() ? std::string() : redoStack_.back()->actionName;
 }
 
-std::size_t KSUndoManager::undoCount() const { return undoStack_.size(); }
-std::size_t KSUndoManager::redoCount() const { return redoStack_.size(); }
+std::size_t KSUndoManager::undoCount() const {
+    return undoStack_.size();
+}
+std::size_t KSUndoManager::redoCount() const {
+    return redoStack_.size();
+}
 
 }  // namespace kestrum

@@ -43,9 +43,13 @@ KSUserDefaults& KSUserDefaults::standardUserDefaults() {
     return *instance;
 }
 
-void KSUserDefaults::resetStandardUserDefaults() { standardInstance().reset(); }
+void KSUserDefaults::resetStandardUserDefaults() {
+    standardInstance().reset();
+}
 
-KSUserDefaults::KSUserDefaults(std::string path) : path_(std::move(path)) { load(); }
+KSUserDefaults::KSUserDefaults(std::string path) : path_(std::move(path)) {
+    load();
+}
 
 KSUserDefaults::~KSUserDefaults() = default;
 
@@ -102,7 +106,9 @@ std::string KSUserDefaults::stringForKey(std::string_view key) const {
     return {};
 }
 
-bool KSUserDefaults::boolForKey(std::string_view key) const { return objectForKey(key).boolValue(); }
+bool KSUserDefaults::boolForKey(std::string_view key) const {
+    return objectForKey(key).boolValue();
+}
 
 std::int64_t KSUserDefaults::integerForKey(std::string_view key) const {
     return objectForKey(key).integerValue();
@@ -139,7 +145,8 @@ bool KSUserDefaults::synchronize(KSError* error) {
     std::string temporary = path_ + ".tmp";
     {
         std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-        out.write(reinterpret_cast<const char*>(data.data()), static_cast<std::streamsize>(data.size()));
+        out.write(reinterpret_cast<const char*>(data.data()),
+                  static_cast<std::streamsize>(data.size()));
         if (!out) {
             KSSetError(error, KSError::errorWithDescription(
                                   KSPOSIXErrorDomain, errno,
@@ -149,9 +156,9 @@ bool KSUserDefaults::synchronize(KSError* error) {
     }
     fs::rename(temporary, target, ec);
     if (ec) {
-        KSSetError(error, KSError::errorWithDescription(KSPOSIXErrorDomain, ec.value(),
-                                                        "Could not replace " + path_ + ": " +
-                                                            ec.message()));
+        KSSetError(error, KSError::errorWithDescription(
+                              KSPOSIXErrorDomain, ec.value(),
+                              "Could not replace " + path_ + ": " + ec.message()));
         return false;
     }
     return true;
@@ -180,7 +187,8 @@ void KSUserDefaults::notify(const std::string& key, const KSValue& oldEffective)
     for (const auto& r : observers_) {
         if (r.key == key) matching.push_back(r.observer);
     }
-    for (const auto& observer : matching) (*observer)(key, now);
+    for (const auto& observer : matching)
+        (*observer)(key, now);
 }
 
 }  // namespace kestrum

@@ -53,7 +53,9 @@ public:
     void setIntegerForKey(std::int64_t value, std::string_view key) {
         setObjectForKey(KSValue(static_cast<long long>(value)), key);
     }
-    void setDoubleForKey(double value, std::string_view key) { setObjectForKey(KSValue(value), key); }
+    void setDoubleForKey(double value, std::string_view key) {
+        setObjectForKey(KSValue(value), key);
+    }
 
     // The values the user has set (no registered defaults).
     const KSDictionary& persistentValues() const { return values_; }

@@ -72,7 +72,9 @@ KSDate KSDate::dateWithTimeIntervalSince1970(double seconds) {
     return KSDate{seconds - kReferenceDateSince1970};
 }
 
-KSDate KSDate::now() { return KSClock::now(); }
+KSDate KSDate::now() {
+    return KSClock::now();
+}
 
 double KSDate::timeIntervalSince1970() const {
     return timeIntervalSinceReferenceDate + kReferenceDateSince1970;
@@ -91,7 +93,8 @@ std::string KSDate::xmlString() const {
     if (micros > 0 && micros < 1000000) {
         std::snprintf(buffer, sizeof buffer, ".%06ld", micros);
         std::string digits = buffer;
-        while (!digits.empty() && digits.back() == '0') digits.pop_back();
+        while (!digits.empty() && digits.back() == '0')
+            digits.pop_back();
         text += digits;
     }
     text += 'Z';
@@ -186,7 +189,9 @@ KSValue::KSValue(KSArray array) : storage_(std::make_shared<const KSArray>(std::
 KSValue::KSValue(KSDictionary dictionary)
     : storage_(std::make_shared<const KSDictionary>(std::move(dictionary))) {}
 
-KSValue KSValue::array(std::initializer_list<KSValue> values) { return KSValue(KSArray(values)); }
+KSValue KSValue::array(std::initializer_list<KSValue> values) {
+    return KSValue(KSArray(values));
+}
 
 int KSValue::intValue() const {
     switch (type()) {
@@ -382,7 +387,9 @@ std::string dataDescription(const KSData& data) {
     return out;
 }
 
-void appendIndent(std::string& out, int indent) { out.append(static_cast<std::size_t>(indent) * 4, ' '); }
+void appendIndent(std::string& out, int indent) {
+    out.append(static_cast<std::size_t>(indent) * 4, ' ');
+}
 
 void appendPropertyList(std::string& out, const KSValue& value, int indent) {
     switch (value.type()) {
@@ -544,16 +551,18 @@ std::size_t KSValue::hash() const {
         case Type::Date:
             return std::hash<double>()(asDate().timeIntervalSinceReferenceDate);
         case Type::Data:
-            return std::hash<std::string_view>()(std::string_view(
-                reinterpret_cast<const char*>(asData().data()), asData().size()));
+            return std::hash<std::string_view>()(
+                std::string_view(reinterpret_cast<const char*>(asData().data()), asData().size()));
         case Type::Array: {
             std::size_t h = asArray().size();
-            for (const auto& v : asArray()) h = h * 31 + v.hash();
+            for (const auto& v : asArray())
+                h = h * 31 + v.hash();
             return h;
         }
         case Type::Dictionary: {
             std::size_t h = asDictionary().size();
-            for (const auto& [k, v] : asDictionary()) h = h * 31 + std::hash<std::string>()(k);
+            for (const auto& [k, v] : asDictionary())
+                h = h * 31 + std::hash<std::string>()(k);
             return h;
         }
         case Type::Object:
@@ -565,7 +574,8 @@ std::size_t KSValue::hash() const {
 // --- KSDictionary ------------------------------------------------------------------
 
 KSDictionary::KSDictionary(std::initializer_list<Entry> entries) {
-    for (const auto& entry : entries) setObjectForKey(entry.first, entry.second);
+    for (const auto& entry : entries)
+        setObjectForKey(entry.first, entry.second);
 }
 
 std::ptrdiff_t KSDictionary::indexOf(std::string_view key) const {
@@ -603,12 +613,15 @@ void KSDictionary::removeObjectForKey(std::string_view key) {
     if (i >= 0) entries_.erase(entries_.begin() + i);
 }
 
-void KSDictionary::removeAllObjects() { entries_.clear(); }
+void KSDictionary::removeAllObjects() {
+    entries_.clear();
+}
 
 std::vector<std::string> KSDictionary::allKeys() const {
     std::vector<std::string> keys;
     keys.reserve(entries_.size());
-    for (const auto& entry : entries_) keys.push_back(entry.first);
+    for (const auto& entry : entries_)
+        keys.push_back(entry.first);
     return keys;
 }
 

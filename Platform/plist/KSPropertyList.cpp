@@ -126,7 +126,8 @@ KSValue fromPlist(plist_t node) {
             KSArray array;
             uint32_t n = plist_array_get_size(node);
             array.reserve(n);
-            for (uint32_t i = 0; i < n; ++i) array.push_back(fromPlist(plist_array_get_item(node, i)));
+            for (uint32_t i = 0; i < n; ++i)
+                array.push_back(fromPlist(plist_array_get_item(node, i)));
             return KSValue(std::move(array));
         }
         case PLIST_DICT: {
@@ -211,7 +212,8 @@ private:
             for (std::size_t i = 0; i < pos_ && i < text_.size(); ++i) {
                 if (text_[i] == '\n') ++line;
             }
-            error_ = KSStringWithFormat("%@ at line %lu", message, static_cast<unsigned long>(line));
+            error_ =
+                KSStringWithFormat("%@ at line %lu", message, static_cast<unsigned long>(line));
         }
         return false;
     }
@@ -231,11 +233,13 @@ private:
             if (c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v') {
                 ++pos_;
             } else if (c == '/' && pos_ + 1 < text_.size() && text_[pos_ + 1] == '/') {
-                while (pos_ < text_.size() && text_[pos_] != '\n') ++pos_;
+                while (pos_ < text_.size() && text_[pos_] != '\n')
+                    ++pos_;
             } else if (c == '/' && pos_ + 1 < text_.size() && text_[pos_ + 1] == '*') {
                 std::size_t end = text_.find("*/", pos_ + 2);
                 pos_ = end == std::string_view::npos ? text_.size() : end + 2;
-            } else if (static_cast<unsigned char>(c) == 0xEF && text_.substr(pos_, 3) == "\xEF\xBB\xBF") {
+            } else if (static_cast<unsigned char>(c) == 0xEF &&
+                       text_.substr(pos_, 3) == "\xEF\xBB\xBF") {
                 pos_ += 3;  // byte-order mark
             } else {
                 break;
@@ -378,7 +382,8 @@ private:
         char quote = text_[pos_];
         if (quote != '"' && quote != '\'') {
             std::size_t start = pos_;
-            while (pos_ < text_.size() && isPlain(text_[pos_])) ++pos_;
+            while (pos_ < text_.size() && isPlain(text_[pos_]))
+                ++pos_;
             if (pos_ == start) return fail("expected a string");
             out->assign(text_.substr(start, pos_ - start));
             return true;
@@ -488,7 +493,8 @@ KSData KSPropertyList::dataFromPropertyList(const KSValue& value, KSPropertyList
         KSSetError(error, plistError("Property list could not be written"));
         return {};
     }
-    KSData data(reinterpret_cast<std::uint8_t*>(bytes), reinterpret_cast<std::uint8_t*>(bytes) + length);
+    KSData data(reinterpret_cast<std::uint8_t*>(bytes),
+                reinterpret_cast<std::uint8_t*>(bytes) + length);
     if (format == KSPropertyListFormat::Binary) {
         plist_to_bin_free(bytes);
     } else {

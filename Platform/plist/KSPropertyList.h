@@ -19,9 +19,9 @@
 namespace kestrum {
 
 enum class KSPropertyListFormat {
-    OpenStep = 1,   // old-style text
-    XML = 100,      // XML, version 1.0
-    Binary = 200,   // binary, version 00
+    OpenStep = 1,  // old-style text
+    XML = 100,     // XML, version 1.0
+    Binary = 200,  // binary, version 00
 };
 
 class KSPropertyList {
