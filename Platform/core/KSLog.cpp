@@ -38,6 +38,10 @@ KSLogHook KSSetLogHook(KSLogHook hook) {
     return previous;
 }
 
+bool KSLogIsCaptured() {
+    return static_cast<bool>(logHook());
+}
+
 KSLogCapture::KSLogCapture() {
     previous_ = KSSetLogHook([this](const std::string& line) { lines_.push_back(line); });
 }
