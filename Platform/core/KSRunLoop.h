@@ -25,6 +25,9 @@ public:
 
     // The loop of the calling thread.
     static KSRunLoop& current();
+    // The loop of the calling thread, or null once it has been destroyed at thread or
+    // process exit (for objects that may outlive it, such as an undo manager in a static).
+    static KSRunLoop* currentIfAlive();
 
     KSRunLoop();
     ~KSRunLoop();
@@ -84,7 +87,15 @@ private:
         bool removed = false;
     };
 
+    bool runDeferredCalls(KSDate now);
+    bool fireTimers(KSDate now);
+    void finishPass();
+    void cancelPendingMatching(const std::function<bool(const Pending&)>& matches);
+
     std::vector<Pending> pending_;
+    // The deferred calls of the pass under way, and the index of the next one to run.
+    std::vector<Pending> running_;
+    std::size_t runningNext_ = 0;
     std::vector<std::shared_ptr<Timer>> timers_;
     std::vector<Observer> observers_;
     Token nextToken_ = 1;
