@@ -55,14 +55,15 @@ void KSUndoManager::Group::removeTarget(const void* target) {
                   entries.end());
 }
 
-KSUndoManager::KSUndoManager() {
+KSUndoManager::KSUndoManager() : loop_(&KSRunLoop::current()) {
     // The event group closes at the end of each pass of this thread's event loop.
-    endOfPassToken_ =
-        KSRunLoop::current().addEndOfPassObserver([this] { closeGroupAtEndOfPass(); });
+    endOfPassToken_ = loop_->addEndOfPassObserver([this] { closeGroupAtEndOfPass(); });
 }
 
 KSUndoManager::~KSUndoManager() {
-    KSRunLoop::current().removeEndOfPassObserver(endOfPassToken_);
+    // A manager destroyed after its thread's loop (one held in a static) has nothing to
+    // remove; one destroyed on another thread must not touch that thread's loop.
+    if (KSRunLoop::currentIfAlive() == loop_) loop_->removeEndOfPassObserver(endOfPassToken_);
 }
 
 void KSUndoManager::post(const char* name) {
@@ -193,7 +194,7 @@ bool KSUndoManager::canRedo() const {
     return !redoStack_.empty();
 }
 
-void KSUndoManager::runGroup(Group& group) {
+void KSUndoManager::runGroup(const Group& group) {
     // Last recorded runs first; nested groups unwind the same way.
     for (auto it = group.entries.rbegin(); it != group.entries.rend(); ++it) {
         if (it->group) {
@@ -202,6 +203,28 @@ void KSUndoManager::runGroup(Group& group) {
             it->call();
         }
     }
+}
+
+void KSUndoManager::replayGroup(const Group& group, State state) {
+    // The calls record their inverse into a new group on the other stack.
+    state_ = state;
+    openGroup();
+    try {
+        runGroup(group);
+    } catch (...) {
+        // A call that throws leaves the document half reverted: the half-recorded inverse
+        // is dropped and the manager is usable again.
+        openGroups_.clear();
+        state_ = State::Idle;
+        throw;
+    }
+    // The inverse carries the name of the group it reverses.
+    if (!openGroups_.empty() && !group.actionName.empty()) {
+        openGroups_.front()->actionName = group.actionName;
+    }
+    while (!openGroups_.empty())
+        closeGroup();
+    state_ = State::Idle;
 }
 
 void KSUndoManager::undo() {
@@ -219,13 +242,7 @@ void KSUndoManager::undoNestedGroup() {
     post(KSUndoManagerWillUndoChangeNotification);
     std::unique_ptr<Group> group = std::move(undoStack_.back());
     undoStack_.pop_back();
-    state_ = State::Undoing;
-    openGroup();
-    runGroup(*group);
-    if (!openGroups_.empty()) openGroups_.front()->actionName = group->actionName;
-    while (!openGroups_.empty())
-        closeGroup();
-    state_ = State::Idle;
+    replayGroup(*group, State::Undoing);
     post(KSUndoManagerDidUndoChangeNotification);
 }
 
@@ -243,13 +260,7 @@ void KSUndoManager::redo() {
     post(KSUndoManagerWillRedoChangeNotification);
     std::unique_ptr<Group> group = std::move(redoStack_.back());
     redoStack_.pop_back();
-    state_ = State::Redoing;
-    openGroup();
-    runGroup(*group);
-    if (!openGroups_.empty()) openGroups_.front()->actionName = group->actionName;
-    while (!openGroups_.empty())
-        closeGroup();
-    state_ = State::Idle;
+    replayGroup(*group, State::Redoing);
     post(KSUndoManagerDidRedoChangeNotification);
 }
 
