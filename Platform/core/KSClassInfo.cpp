@@ -12,6 +12,8 @@ KSClassInfo::KSClassInfo(std::string name, const KSClassInfo* superclass)
         attributes_ = superclass_->attributes_;
         keyOrder_ = superclass_->keyOrder_;
         affecting_ = superclass_->affecting_;
+        // A class made without a builder never calls finish(): it keeps the inverse too.
+        affectedBy_ = superclass_->affectedBy_;
     }
 }
 
