@@ -1,5 +1,6 @@
 #include "Platform/core/KSValue.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -25,8 +26,14 @@ struct CivilTime {
     double second;
 };
 
+// Instants are clamped to about 28,000 years either side of 2001, far beyond any plan, so
+// that years stay within the calendar types' range for absurd or non-finite dates.
+constexpr double kLargestSeconds = 9e11;
+
 CivilTime civilFromReferenceSeconds(double seconds) {
     using namespace std::chrono;
+    if (std::isnan(seconds)) seconds = 0;
+    seconds = std::clamp(seconds, -kLargestSeconds, kLargestSeconds);
     double unixSeconds = seconds + kReferenceDateSince1970;
     double dayCount = std::floor(unixSeconds / 86400.0);
     double secondsOfDay = unixSeconds - dayCount * 86400.0;
@@ -81,15 +88,20 @@ double KSDate::timeIntervalSince1970() const {
 }
 
 std::string KSDate::xmlString() const {
-    CivilTime t = civilFromReferenceSeconds(timeIntervalSinceReferenceDate);
-    int wholeSecond = static_cast<int>(std::floor(t.second));
-    double fraction = t.second - wholeSecond;
+    // Round to whole microseconds first, so that an instant a hair below a whole second
+    // does not print as the second before.
+    double seconds = timeIntervalSinceReferenceDate;
+    if (std::isnan(seconds)) seconds = 0;
+    seconds = std::clamp(seconds, -kLargestSeconds, kLargestSeconds);
+    double scaled = std::round(seconds * 1e6);
+    double wholeSeconds = std::floor(scaled / 1e6);
+    long micros = std::lround(scaled - wholeSeconds * 1e6);
+    CivilTime t = civilFromReferenceSeconds(wholeSeconds);
     char buffer[64];
     std::snprintf(buffer, sizeof buffer, "%04d-%02d-%02dT%02d:%02d:%02d", t.year, t.month, t.day,
-                  t.hour, t.minute, wholeSecond);
+                  t.hour, t.minute, static_cast<int>(t.second));
     std::string text = buffer;
     // Microseconds when the instant is not on a whole second, without trailing zeros.
-    long micros = std::lround(fraction * 1e6);
     if (micros > 0 && micros < 1000000) {
         std::snprintf(buffer, sizeof buffer, ".%06ld", micros);
         std::string digits = buffer;
@@ -560,9 +572,11 @@ std::size_t KSValue::hash() const {
             return h;
         }
         case Type::Dictionary: {
+            // Equal dictionaries may differ in order: the entries' hashes are summed.
             std::size_t h = asDictionary().size();
-            for (const auto& [k, v] : asDictionary())
-                h = h * 31 + std::hash<std::string>()(k);
+            for (const auto& [k, v] : asDictionary()) {
+                h += std::hash<std::string>()(k) * 31 + v.hash();
+            }
             return h;
         }
         case Type::Object:
