@@ -77,9 +77,16 @@ void KSUserDefaults::setObjectForKey(const KSValue& value, std::string_view key)
         removeObjectForKey(key);
         return;
     }
+    if (!KSPropertyList::isValidPropertyList(value)) {
+        KSLog(
+            "KSUserDefaults: refusing a value that a property list cannot hold for the key "
+            "\"%@\": %@",
+            std::string(key), value.description());
+        return;
+    }
     KSValue old = objectForKey(key);
     values_.setObjectForKey(key, value);
-    synchronize();
+    save();
     notify(std::string(key), old);
 }
 
@@ -87,7 +94,7 @@ void KSUserDefaults::removeObjectForKey(std::string_view key) {
     if (!values_.contains(key)) return;
     KSValue old = objectForKey(key);
     values_.removeObjectForKey(key);
-    synchronize();
+    save();
     notify(std::string(key), old);
 }
 
@@ -128,6 +135,14 @@ KSDictionary KSUserDefaults::dictionaryForKey(std::string_view key) const {
     return v.isDictionary() ? v.asDictionary() : KSDictionary();
 }
 
+void KSUserDefaults::save() {
+    // The value stays set in memory; the failure is told in the log.
+    KSError error;
+    if (!synchronize(&error)) {
+        KSLog("KSUserDefaults: could not save the preferences: %@", error.localizedDescription());
+    }
+}
+
 bool KSUserDefaults::synchronize(KSError* error) {
     namespace fs = std::filesystem;
     std::error_code ec;
@@ -147,15 +162,20 @@ bool KSUserDefaults::synchronize(KSError* error) {
         std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
         out.write(reinterpret_cast<const char*>(data.data()),
                   static_cast<std::streamsize>(data.size()));
+        out.close();  // a full disk shows only when the buffer is flushed
         if (!out) {
+            int code = errno;
+            fs::remove(temporary, ec);
             KSSetError(error, KSError::errorWithDescription(
-                                  KSPOSIXErrorDomain, errno,
+                                  KSPOSIXErrorDomain, code,
                                   "Could not write the preferences file " + temporary));
             return false;
         }
     }
     fs::rename(temporary, target, ec);
     if (ec) {
+        std::error_code ignored;
+        fs::remove(temporary, ignored);
         KSSetError(error, KSError::errorWithDescription(
                               KSPOSIXErrorDomain, ec.value(),
                               "Could not replace " + path_ + ": " + ec.message()));
