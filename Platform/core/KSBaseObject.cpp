@@ -2,12 +2,16 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
+#include <unordered_map>
 
 #include "Platform/core/KSLog.h"
 
 namespace kestrum {
 
-// The observers of one object, and the will-change notes waiting for their did-change.
+// The observers of one object by key, and the will-change notes waiting for their
+// did-change. Observations are shared with notifications under way, which skip those
+// removed meanwhile.
 struct KSObservationInfo {
     struct Observation {
         KSBaseObject* observer;
@@ -21,21 +25,35 @@ struct KSObservationInfo {
         KSValue oldValue;
         bool hasOldValue = false;
     };
-    std::vector<std::shared_ptr<Observation>> observations;
+    struct Hash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view s) const {
+            return std::hash<std::string_view>()(s);
+        }
+    };
+    using List = std::vector<std::shared_ptr<Observation>>;
+
+    std::unordered_map<std::string, List, Hash, std::equal_to<>> byKey;
+    std::size_t count = 0;
     std::vector<PendingChange> pending;
 
-    bool observes(std::string_view key) const {
-        for (const auto& o : observations) {
-            if (!o->removed && o->key == key) return true;
-        }
-        return false;
+    bool observes(std::string_view key) const { return byKey.find(key) != byKey.end(); }
+    List observersOf(std::string_view key) const {
+        auto it = byKey.find(key);
+        return it == byKey.end() ? List() : it->second;
     }
-    std::vector<std::shared_ptr<Observation>> observersOf(std::string_view key) const {
-        std::vector<std::shared_ptr<Observation>> result;
-        for (const auto& o : observations) {
-            if (!o->removed && o->key == key) result.push_back(o);
+    // Removes the observations of `list` that `matches` selects; drops the key when none
+    // is left.
+    template <class Matches>
+    void removeFrom(decltype(byKey)::iterator it, Matches matches) {
+        List& list = it->second;
+        for (auto& o : list) {
+            if (matches(*o)) o->removed = true;
         }
-        return result;
+        auto end = std::remove_if(list.begin(), list.end(), [](auto& o) { return o->removed; });
+        count -= static_cast<std::size_t>(list.end() - end);
+        list.erase(end, list.end());
+        if (list.empty()) byKey.erase(it);
     }
 };
 
@@ -147,7 +165,8 @@ void KSBaseObject::addObserverForKeyPathOptionsContext(KSBaseObject* observer,
     if (!observationInfo_) observationInfo_ = std::make_unique<KSObservationInfo>();
     auto observation = std::make_shared<KSObservationInfo::Observation>(
         KSObservationInfo::Observation{observer, std::string(keyPath), options, context});
-    observationInfo_->observations.push_back(observation);
+    observationInfo_->byKey[std::string(keyPath)].push_back(std::move(observation));
+    ++observationInfo_->count;
     if (options & KSKeyValueObservingOptionInitial) {
         KSKeyValueChange change;
         if (options & KSKeyValueObservingOptionNew) change.newValue = valueForKeyPath(keyPath);
@@ -158,29 +177,31 @@ void KSBaseObject::addObserverForKeyPathOptionsContext(KSBaseObject* observer,
 void KSBaseObject::removeObserverForKeyPathContext(KSBaseObject* observer, std::string_view keyPath,
                                                    const void* context) {
     if (!observationInfo_) return;
-    auto& list = observationInfo_->observations;
-    auto matches = [&](const std::shared_ptr<KSObservationInfo::Observation>& o, bool exact) {
-        return !o->removed && o->observer == observer && o->key == keyPath &&
-               (!exact || o->context == context);
-    };
-    // The most recent matching registration goes, as the platform does.
-    auto it = std::find_if(list.rbegin(), list.rend(), [&](auto& o) { return matches(o, true); });
-    if (it == list.rend() && context == nullptr) {
-        it = std::find_if(list.rbegin(), list.rend(), [&](auto& o) { return matches(o, false); });
+    auto it = observationInfo_->byKey.find(keyPath);
+    if (it == observationInfo_->byKey.end()) return;
+    const auto& list = it->second;
+    // The most recent matching registration goes, as the platform does; without a context
+    // any context matches when none matches exactly.
+    auto found = std::find_if(list.rbegin(), list.rend(), [&](auto& o) {
+        return o->observer == observer && o->context == context;
+    });
+    if (found == list.rend() && context == nullptr) {
+        found = std::find_if(list.rbegin(), list.rend(),
+                             [&](auto& o) { return o->observer == observer; });
     }
-    if (it == list.rend()) return;
-    (*it)->removed = true;
-    list.erase(std::next(it).base());
+    if (found == list.rend()) return;
+    const KSObservationInfo::Observation* victim = found->get();
+    observationInfo_->removeFrom(it, [&](const auto& o) { return &o == victim; });
 }
 
 void KSBaseObject::removeObserver(KSBaseObject* observer) {
     if (!observationInfo_) return;
-    auto& list = observationInfo_->observations;
-    for (auto& o : list) {
-        if (o->observer == observer) o->removed = true;
+    auto& byKey = observationInfo_->byKey;
+    for (auto it = byKey.begin(); it != byKey.end();) {
+        auto next = std::next(it);
+        observationInfo_->removeFrom(it, [&](const auto& o) { return o.observer == observer; });
+        it = next;
     }
-    list.erase(std::remove_if(list.begin(), list.end(), [](auto& o) { return o->removed; }),
-               list.end());
 }
 
 bool KSBaseObject::hasObserversForKey(std::string_view key) const {
@@ -188,7 +209,7 @@ bool KSBaseObject::hasObserversForKey(std::string_view key) const {
 }
 
 std::size_t KSBaseObject::observationCount() const {
-    return observationInfo_ ? observationInfo_->observations.size() : 0;
+    return observationInfo_ ? observationInfo_->count : 0;
 }
 
 void KSBaseObject::observeValueForKeyPathOfObjectChangeContext(std::string_view, KSBaseObject*,
