@@ -6,8 +6,8 @@
 // (a character code, as a Unicode scalar), "%s" (text) and "%%". An argument of the
 // wrong kind is converted the way the platform's keyed values convert (a string given
 // to "%d" is read as a number). A missing argument prints nothing; an unknown
-// conversion is copied as it stands. Output is UTF-8 and does not depend on the C
-// locale.
+// conversion is copied as it stands; widths, precisions and positions stop at 10000.
+// Output is UTF-8 and does not depend on the C locale.
 #pragma once
 
 #include <string>
@@ -30,6 +30,9 @@ public:
                                         int> = 0>
     KSFormatArgument(const T& value) : value_(KSValue(value)) {}
     KSFormatArgument(const char* text) : value_(text ? KSValue(text) : KSValue()) {}
+    // Enumerations print as their number ("%d" of a kind).
+    template <class T, std::enable_if_t<std::is_enum_v<T>, int> = 0>
+    KSFormatArgument(T value) : value_(KSValue(static_cast<long long>(value))) {}
     KSFormatArgument(const KSBaseObject* object);
     KSFormatArgument(const KSBaseObject& object) : KSFormatArgument(&object) {}
     // Anything else with a description() (KSError, KSDateTime, ...).
