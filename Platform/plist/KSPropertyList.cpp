@@ -473,6 +473,11 @@ KSError plistError(const std::string& message) {
 KSData KSPropertyList::dataFromPropertyList(const KSValue& value, KSPropertyListFormat format,
                                             KSError* error) {
     if (format == KSPropertyListFormat::OpenStep) {
+        if (!isValidPropertyList(value)) {
+            KSSetError(error, plistError("Property list invalid for format: cannot hold " +
+                                         value.description()));
+            return {};
+        }
         std::string text = openStepString(value);
         return KSData(text.begin(), text.end());
     }
@@ -503,6 +508,32 @@ KSData KSPropertyList::dataFromPropertyList(const KSValue& value, KSPropertyList
     return data;
 }
 
+namespace {
+
+// Turns what libplist read into a value; a missing root or one with no value is an error.
+KSValue valueFromRoot(plist_t root, const char* kind, KSError* error) {
+    if (!root) {
+        KSSetError(error, plistError(std::string("Malformed ") + kind + " property list"));
+        return KSValue();
+    }
+    PlistPtr holder(root);
+    KSValue value = fromPlist(root);
+    if (value.isNull()) {
+        KSSetError(error, plistError(std::string("The ") + kind + " property list holds no value"));
+    }
+    return value;
+}
+
+bool looksLikeXML(std::string_view text) {
+    std::size_t first = text.find_first_not_of(" \t\r\n");
+    if (first == std::string_view::npos) return false;
+    text.remove_prefix(first);
+    return text.substr(0, 5) == "<?xml" || text.substr(0, 9) == "<!DOCTYPE" ||
+           text.substr(0, 6) == "<plist";
+}
+
+}  // namespace
+
 KSValue KSPropertyList::propertyListFromData(const KSData& data, KSPropertyListFormat* format,
                                              KSError* error) {
     if (data.empty()) {
@@ -510,47 +541,29 @@ KSValue KSPropertyList::propertyListFromData(const KSData& data, KSPropertyListF
         return KSValue();
     }
     const char* bytes = reinterpret_cast<const char*>(data.data());
-    auto length = static_cast<uint32_t>(std::min<std::size_t>(data.size(), UINT32_MAX));
+    if (data.size() > UINT32_MAX) {
+        KSSetError(error, plistError("Property list is too large"));
+        return KSValue();
+    }
+    auto length = static_cast<uint32_t>(data.size());
+    std::string_view text(bytes, data.size());
+    KSValue value;
+    KSPropertyListFormat found;
     if (plist_is_binary(bytes, length)) {
         plist_t root = nullptr;
         plist_from_bin(bytes, length, &root);
-        if (!root) {
-            KSSetError(error, plistError("Malformed binary property list"));
-            return KSValue();
-        }
-        PlistPtr holder(root);
-        if (format) *format = KSPropertyListFormat::Binary;
-        return fromPlist(root);
-    }
-    std::string_view text(bytes, data.size());
-    std::size_t first = text.find_first_not_of(" \t\r\n");
-    if (first != std::string_view::npos && text.substr(first, 5) == "<?xml") {
+        value = valueFromRoot(root, "binary", error);
+        found = KSPropertyListFormat::Binary;
+    } else if (looksLikeXML(text)) {
         plist_t root = nullptr;
         plist_from_xml(bytes, length, &root);
-        if (!root) {
-            KSSetError(error, plistError("Malformed XML property list"));
-            return KSValue();
-        }
-        PlistPtr holder(root);
-        if (format) *format = KSPropertyListFormat::XML;
-        return fromPlist(root);
+        value = valueFromRoot(root, "XML", error);
+        found = KSPropertyListFormat::XML;
+    } else {
+        value = propertyListFromString(text, error);
+        found = KSPropertyListFormat::OpenStep;
     }
-    if (first != std::string_view::npos && text.substr(first, 7) == "<plist ") {
-        plist_t root = nullptr;
-        plist_from_xml(bytes, length, &root);
-        if (root) {
-            PlistPtr holder(root);
-            if (format) *format = KSPropertyListFormat::XML;
-            return fromPlist(root);
-        }
-    }
-    KSError parseError;
-    KSValue value = propertyListFromString(text, &parseError);
-    if (value.isNull()) {
-        KSSetError(error, parseError);
-        return KSValue();
-    }
-    if (format) *format = KSPropertyListFormat::OpenStep;
+    if (!value.isNull() && format) *format = found;
     return value;
 }
 
