@@ -25,6 +25,9 @@ const KSClassInfo& KSTestSubItem::staticClassInfo() {
     static const KSClassInfo info = KSClassInfo::make<KSTestSubItem>(
         "KSTestSubItem", &KSTestItem::staticClassInfo(), [](KSClassBuilder<KSTestSubItem>& b) {
             b.attribute("code", &KSTestSubItem::code, &KSTestSubItem::setCode);
+            // Superclass members serve for a new key.
+            b.attribute("quantity", &KSTestItem::count, &KSTestItem::setCount);
+            b.readOnly("finished", &KSTestItem::isDone);
             // Overrides the inherited "title" with a prefixed view of it.
             b.custom(
                 "title", KSValue::Type::String,

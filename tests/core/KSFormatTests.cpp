@@ -14,6 +14,8 @@ public:
     std::string description() const override { return "Task 12"; }
 };
 
+enum class KSTestKind { SS = 0, SF = 1, FS = 2, FF = 3 };
+
 struct FormatCase {
     std::string expected;
     std::string actual;
@@ -89,6 +91,7 @@ TEST(KSFormat, IntegerConversions) {
         {"1", KSStringWithFormat("%d", true)},
         {"t12", KSStringWithFormat("%@%ld", "t", 12)},
         {"task-1", KSStringWithFormat("task%ld", -1)},
+        {"kind 3", KSStringWithFormat("kind %d", KSTestKind::FF)},
     });
 }
 

@@ -147,7 +147,7 @@ TEST(KSClassTables, SubclassesInheritAndOverrideAttributes) {
     const auto& keys = info.attributeKeys();
     ASSERT_GE(keys.size(), 3u);
     EXPECT_EQ(keys.front(), "title");
-    EXPECT_EQ(keys.back(), "code");
+    EXPECT_EQ(keys.back(), "finished");
     EXPECT_EQ(std::count(keys.begin(), keys.end(), "title"), 1);
 
     auto sub = std::make_shared<KSTestSubItem>();
@@ -157,6 +157,10 @@ TEST(KSClassTables, SubclassesInheritAndOverrideAttributes) {
     EXPECT_EQ(sub->valueForKey("title"), KSValue("sub:Plan"));
     sub->setValueForKey(KSValue(4), "count");
     EXPECT_EQ(sub->count(), 4);
+    sub->setValueForKey(KSValue(6), "quantity");
+    EXPECT_EQ(sub->count(), 6);
+    sub->setIsDone(true);
+    EXPECT_EQ(sub->valueForKey("finished"), KSValue(true));
     EXPECT_EQ(sub->valueTypeForKey("code"), KSValue::Type::String);
     EXPECT_EQ(sub->valueTypeForKey("due"), KSValue::Type::Date);
     EXPECT_EQ(sub->valueTypeForKey("unknown"), KSValue::Type::Null);

@@ -11,11 +11,12 @@ namespace kestrum {
 namespace {
 
 // A document value with an undoable setter in the model's order: return if unchanged,
-// record the reverse call, name the action, store.
+// record the reverse call, name the action, store. Like a model object it reaches the
+// document's undo manager without owning it (the recorded calls own the cell).
 class KSTestCell : public KSBaseObject {
 public:
-    KSTestCell(std::shared_ptr<KSUndoManager> undoManager, std::vector<std::string>* journal)
-        : undoManager_(std::move(undoManager)), journal_(journal) {}
+    KSTestCell(KSUndoManager* undoManager, std::vector<std::string>* journal)
+        : undoManager_(undoManager), journal_(journal) {}
 
     int value() const { return value_; }
     void setValue(int value) {
@@ -29,7 +30,7 @@ public:
     }
 
 private:
-    std::shared_ptr<KSUndoManager> undoManager_;
+    KSUndoManager* undoManager_;
     std::vector<std::string>* journal_;
     int value_ = 0;
 };
@@ -57,7 +58,9 @@ protected:
         if (undo->isRedoing()) shortName += "(redoing)";
         events.push_back(shortName);
     }
-    std::shared_ptr<KSTestCell> makeCell() { return std::make_shared<KSTestCell>(undo, &journal); }
+    std::shared_ptr<KSTestCell> makeCell() {
+        return std::make_shared<KSTestCell>(undo.get(), &journal);
+    }
     void endPass() { KSRunLoop::current().runOnce(); }
 
     std::shared_ptr<KSUndoManager> undo = std::make_shared<KSUndoManager>();
@@ -220,7 +223,7 @@ TEST_F(KSUndoManagerTest, CallsRecordedAtGroupOpenAndCloseBracketTheGroupOnUndoA
             willCloseWithTasks();
             groupHasSet = false;
         });
-    auto cell = std::make_shared<KSTestCell>(undo, &trace);
+    auto cell = std::make_shared<KSTestCell>(undo.get(), &trace);
     cell->setValue(7);
     endPass();
     EXPECT_EQ(trace, (std::vector<std::string>{"didOpen", "set 7", "recompute", "willClose"}));

@@ -39,6 +39,8 @@ TEST(KSValueTypes, ConstructorsPickTheMatchingType) {
     EXPECT_EQ(KSValue(KSDictionary{{"a", 1}}).type(), KSValue::Type::Dictionary);
     EXPECT_EQ(KSValue(std::make_shared<KSBaseObject>()).type(), KSValue::Type::Object);
     EXPECT_EQ(KSValue(std::shared_ptr<KSBaseObject>()).type(), KSValue::Type::Null);
+    auto constant = std::make_shared<const KSBaseObject>();
+    EXPECT_EQ(KSValue(constant).asObject().get(), constant.get());
     EXPECT_STREQ(KSValue::typeName(KSValue::Type::Dictionary), "dictionary");
 }
 

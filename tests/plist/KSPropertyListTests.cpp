@@ -110,6 +110,9 @@ TEST(KSPropertyListWriting, RefusesWhatAPropertyListCannotHold) {
     EXPECT_TRUE(
         KSPropertyList::dataFromPropertyList(withNull, KSPropertyListFormat::XML, &error).empty());
     EXPECT_NE(error.localizedDescription().find("null"), std::string::npos);
+    EXPECT_TRUE(
+        KSPropertyList::dataFromPropertyList(withNull, KSPropertyListFormat::OpenStep, &error)
+            .empty());
     EXPECT_TRUE(KSPropertyList::isValidPropertyList(sampleTree()));
 }
 
@@ -250,6 +253,10 @@ TEST(KSPropertyListMalformed, BinaryAndXMLGiveAnErrorWithoutCrashing) {
         corrupt[corrupt.size() - back] ^= 0x5a;
         inputs.push_back(corrupt);
     }
+    KSError xmlError;
+    KSPropertyList::propertyListFromData(bytesOf("<!DOCTYPE plist><plist><dict><key>a</dict>"),
+                                         nullptr, &xmlError);
+    EXPECT_EQ(xmlError.localizedDescription(), "Malformed XML property list");
     int errors = 0;
     for (const KSData& input : inputs) {
         KSError error;
