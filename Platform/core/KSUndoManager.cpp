@@ -92,6 +92,10 @@ void KSUndoManager::registerUndoWithTargetHandler(std::shared_ptr<void> target,
     openGroups_.back()->entries.push_back(Entry{std::move(target), std::move(action), nullptr});
 }
 
+void KSUndoManager::logNullTarget() {
+    KSLog("KSUndoManager: ignoring an undo registration with a null target");
+}
+
 void KSUndoManager::removeAllActionsWithTarget(const void* target) {
     for (auto* stack : {&undoStack_, &redoStack_}) {
         for (auto& group : *stack)

@@ -52,9 +52,14 @@ public:
     // Records `action`, to run on undo with the target alive. Nothing is recorded while
     // registration is disabled. The target may be null (a class-level call).
     void registerUndoWithTargetHandler(std::shared_ptr<void> target, std::function<void()> action);
-    // Typed form: the handler gets the target.
+    // Typed form: the handler gets the target. A null target records nothing (a call to
+    // nobody), with a log line.
     template <class T, class F>
     void registerUndoWithTarget(const std::shared_ptr<T>& target, F&& handler) {
+        if (!target) {
+            logNullTarget();
+            return;
+        }
         registerUndoWithTargetHandler(std::static_pointer_cast<void>(target),
                                       [target, h = std::forward<F>(handler)]() { h(*target); });
     }
@@ -125,6 +130,7 @@ private:
     void closeGroupAtEndOfPass();
     void trimUndoStack();
     void post(const char* name);
+    static void logNullTarget();
 
     std::vector<std::unique_ptr<Group>> undoStack_;
     std::vector<std::unique_ptr<Group>> redoStack_;
