@@ -104,13 +104,24 @@ void KSBaseObject::setValueForKey(const KSValue& value, std::string_view key) {
     }
 }
 
+namespace {
+
+// The rest of a key path below a value: objects answer through keyed access, dictionaries
+// by their entries; anything else ends the walk with null.
+KSValue valueBelow(const KSValue& value, std::string_view rest) {
+    if (const auto& object = value.asObject()) return object->valueForKeyPath(rest);
+    if (!value.isDictionary()) return KSValue();
+    auto dot = rest.find('.');
+    KSValue entry = value.asDictionary().objectForKey(rest.substr(0, dot));
+    return dot == std::string_view::npos ? entry : valueBelow(entry, rest.substr(dot + 1));
+}
+
+}  // namespace
+
 KSValue KSBaseObject::valueForKeyPath(std::string_view keyPath) const {
     auto dot = keyPath.find('.');
     if (dot == std::string_view::npos) return valueForKey(keyPath);
-    KSValue first = valueForKey(keyPath.substr(0, dot));
-    const auto& object = first.asObject();
-    if (!object) return KSValue();
-    return object->valueForKeyPath(keyPath.substr(dot + 1));
+    return valueBelow(valueForKey(keyPath.substr(0, dot)), keyPath.substr(dot + 1));
 }
 
 void KSBaseObject::setValueForKeyPath(const KSValue& value, std::string_view keyPath) {
