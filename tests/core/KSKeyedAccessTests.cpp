@@ -126,6 +126,12 @@ TEST(KSKeyedAccess, KeyPathsWalkThroughObjectAttributes) {
     EXPECT_TRUE(grand->valueForKeyPath("parent.title").isNull());
     grand->setValueForKeyPath(KSValue("x"), "parent.title");
     EXPECT_EQ(grand->title(), "Renamed");
+    // Dictionaries on the way are read by their entries.
+    auto sub = std::make_shared<KSTestSubItem>();
+    sub->extras.setObjectForKey("info", KSDictionary{{"owner", KSDictionary{{"name", "Ann"}}}});
+    EXPECT_EQ(sub->valueForKeyPath("info.owner.name"), KSValue("Ann"));
+    EXPECT_TRUE(sub->valueForKeyPath("info.missing.name").isNull());
+    EXPECT_TRUE(sub->valueForKeyPath("info.owner.name.more").isNull());
 }
 
 TEST(KSKeyedAccess, SetValuesForKeysWithDictionaryFollowsItsOrder) {

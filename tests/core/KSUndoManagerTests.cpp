@@ -392,6 +392,9 @@ TEST_F(KSUndoManagerTest, MisuseIsLoggedAndIgnored) {
     undo->endUndoGrouping();
     undo->endUndoGrouping();
 
+    undo->registerUndoWithTarget(std::shared_ptr<int>(), [](int& v) { v += 100; });
+    EXPECT_TRUE(log.contains("ignoring an undo registration with a null target"));
+
     undo->setGroupsByEvent(false);
     undo->registerUndoWithTarget(target, [](int& v) { v += 10; });
     EXPECT_TRUE(log.contains("must begin a group before registering undo"));
