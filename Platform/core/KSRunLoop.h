@@ -7,7 +7,9 @@
 //
 // A pass (runOnce): run the deferred calls that were due when the pass began, in the
 // order they were requested; fire the timers that are due; run the end-of-pass
-// observers. Calls requested during the pass wait for the next pass.
+// observers. Calls requested during the pass wait for the next pass; a call cancelled by
+// an earlier call of the same pass does not run. A call that throws ends the pass: the
+// exception reaches the caller of runOnce, and the calls not yet run wait for the next.
 #pragma once
 
 #include <cstdint>
