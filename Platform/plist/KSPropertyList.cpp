@@ -102,11 +102,9 @@ KSValue fromPlist(plist_t node) {
             return KSValue(d);
         }
         case PLIST_STRING: {
-            char* s = nullptr;
-            plist_get_string_val(node, &s);
-            KSValue v(std::string(s ? s : ""));
-            std::free(s);
-            return v;
+            uint64_t length = 0;
+            const char* s = plist_get_string_ptr(node, &length);
+            return KSValue(std::string(s ? s : "", s ? length : 0));
         }
         case PLIST_DATE: {
             int32_t sec = 0, usec = 0;
@@ -156,6 +154,59 @@ KSValue fromPlist(plist_t node) {
         default:
             return KSValue();
     }
+}
+
+// --- Binary pre-check -------------------------------------------------------------------
+
+// Reads a big-endian unsigned number of `size` bytes at `at`; false when out of bounds.
+bool readBigEndian(const KSData& data, std::uint64_t at, std::uint64_t size, std::uint64_t* out) {
+    if (size == 0 || size > 8 || at > data.size() || data.size() - at < size) return false;
+    std::uint64_t value = 0;
+    for (std::uint64_t k = 0; k < size; ++k)
+        value = value << 8 | data[at + k];
+    *out = value;
+    return true;
+}
+
+// Whether a binary list holds a string with a NUL character. libplist keeps such strings
+// but aborts on an assertion when one is read as a dictionary key, so they are refused
+// before parsing. Anything this scan cannot follow is left to libplist's own checks.
+bool binaryHasStringWithNul(const KSData& data) {
+    if (data.size() < 40) return false;
+    std::size_t trailer = data.size() - 32;
+    std::uint64_t offsetSize = data[trailer + 6];
+    std::uint64_t objectCount = 0, tableOffset = 0;
+    if (!readBigEndian(data, trailer + 8, 8, &objectCount) ||
+        !readBigEndian(data, trailer + 24, 8, &tableOffset) || offsetSize == 0 ||
+        tableOffset >= trailer) {
+        return false;
+    }
+    objectCount = std::min<std::uint64_t>(objectCount, (trailer - tableOffset) / offsetSize);
+    for (std::uint64_t i = 0; i < objectCount; ++i) {
+        std::uint64_t offset = 0;
+        if (!readBigEndian(data, tableOffset + i * offsetSize, offsetSize, &offset) ||
+            offset >= trailer) {
+            continue;
+        }
+        std::uint8_t marker = data[offset];
+        int kind = marker >> 4;
+        if (kind != 0x5 && kind != 0x6) continue;  // ASCII and UTF-16 strings
+        std::uint64_t count = marker & 0x0F;
+        std::uint64_t start = offset + 1;
+        if (count == 0x0F) {
+            if (start >= trailer || (data[start] >> 4) != 0x1) continue;
+            std::uint64_t size = std::uint64_t{1} << (data[start] & 0x0F);
+            if (!readBigEndian(data, start + 1, size, &count)) continue;
+            start += 1 + size;
+        }
+        std::uint64_t unit = kind == 0x6 ? 2 : 1;
+        if (count > (trailer - std::min<std::uint64_t>(start, trailer)) / unit) continue;
+        for (std::uint64_t k = 0; k < count; ++k) {
+            std::uint64_t at = start + k * unit;
+            if (data[at] == 0 && (unit == 1 || data[at + 1] == 0)) return true;
+        }
+    }
+    return false;
 }
 
 // --- Old-style text parser -------------------------------------------------------------
@@ -550,6 +601,11 @@ KSValue KSPropertyList::propertyListFromData(const KSData& data, KSPropertyListF
     KSValue value;
     KSPropertyListFormat found;
     if (plist_is_binary(bytes, length)) {
+        if (binaryHasStringWithNul(data)) {
+            KSSetError(error, plistError("Malformed binary property list: a string holds a NUL "
+                                         "character"));
+            return KSValue();
+        }
         plist_t root = nullptr;
         plist_from_bin(bytes, length, &root);
         value = valueFromRoot(root, "binary", error);
