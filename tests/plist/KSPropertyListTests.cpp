@@ -2,6 +2,8 @@
 // strings tables, and malformed input giving errors instead of crashes.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
 #include <limits>
 #include <random>
 
@@ -269,6 +271,63 @@ TEST(KSPropertyListMalformed, BinaryAndXMLGiveAnErrorWithoutCrashing) {
     }
     // Every input but some byte flips that leave a readable list is an error.
     EXPECT_GE(errors, 12);
+}
+
+// libplist aborts when it reads a dictionary key holding a NUL; such lists are refused.
+TEST(KSPropertyListMalformed, BinaryStringsWithANulCharacterAreRefused) {
+    // ASCII keys are stored as bytes, others as UTF-16: the \x01 after "y" becomes NUL.
+    const std::pair<const char*, std::string> cases[] = {
+        {"key\x01name", std::string("y\x01", 2)},
+        {"key\x01\xC3\xA9", std::string("\x00y\x00\x01", 4)},
+    };
+    for (const auto& [key, pattern] : cases) {
+        KSData data = KSPropertyList::dataFromPropertyList(KSValue(KSDictionary{{key, "value"}}),
+                                                           KSPropertyListFormat::Binary);
+        auto at = std::search(data.begin(), data.end(), pattern.begin(), pattern.end());
+        ASSERT_NE(at, data.end()) << key;
+        at[static_cast<std::ptrdiff_t>(pattern.size()) - 1] = 0;
+        KSError error;
+        EXPECT_TRUE(KSPropertyList::propertyListFromData(data, nullptr, &error).isNull());
+        EXPECT_NE(error.localizedDescription().find("NUL"), std::string::npos)
+            << error.localizedDescription();
+    }
+}
+
+TEST(KSPropertyListMalformed, RandomDamageNeverCrashes) {
+    KSValue tree = sampleTree();
+    std::vector<KSData> originals = {
+        KSPropertyList::dataFromPropertyList(tree, KSPropertyListFormat::Binary),
+        KSPropertyList::dataFromPropertyList(tree, KSPropertyListFormat::XML),
+        KSPropertyList::dataFromPropertyList(tree, KSPropertyListFormat::OpenStep),
+    };
+    std::mt19937 random(2026);
+    int readable = 0;
+    for (int round = 0; round < 600; ++round) {
+        KSData data = originals[static_cast<std::size_t>(round) % originals.size()];
+        int damage = 1 + static_cast<int>(random() % 4);
+        for (int k = 0; k < damage && !data.empty(); ++k) {
+            std::size_t at = random() % data.size();
+            switch (random() % 3) {
+                case 0:
+                    data[at] = static_cast<std::uint8_t>(random());
+                    break;
+                case 1:
+                    data.erase(data.begin() + static_cast<std::ptrdiff_t>(at));
+                    break;
+                default:
+                    data.resize(at);
+                    break;
+            }
+        }
+        KSError error;
+        KSValue value = KSPropertyList::propertyListFromData(data, nullptr, &error);
+        if (value.isNull()) {
+            EXPECT_TRUE(error.isSet());
+        } else {
+            ++readable;
+        }
+    }
+    EXPECT_LT(readable, 600);
 }
 
 }  // namespace
