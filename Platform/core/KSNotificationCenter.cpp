@@ -1,12 +1,36 @@
 #include "Platform/core/KSNotificationCenter.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 
 namespace kestrum {
 
+namespace {
+
+// A thread's centre. The pointer is trivially destructible, so it stays readable while the
+// thread's other thread-local objects are destroyed. The main thread's centre is never
+// freed: its thread-local objects go before the process's statics, and an object held in a
+// static may still remove its observers while it is destroyed. Other threads free theirs
+// when they end.
+thread_local KSNotificationCenter* tCenter = nullptr;
+
+struct KSCenterReaper {
+    ~KSCenterReaper() {
+        if (gettid() == getpid()) return;
+        delete tCenter;
+        tCenter = nullptr;
+    }
+};
+
+}  // namespace
+
 KSNotificationCenter& KSNotificationCenter::defaultCenter() {
-    static thread_local KSNotificationCenter center;
-    return center;
+    if (!tCenter) {
+        tCenter = new KSNotificationCenter;
+        static thread_local KSCenterReaper reaper;
+    }
+    return *tCenter;
 }
 
 KSNotificationCenter::KSNotificationCenter() = default;
