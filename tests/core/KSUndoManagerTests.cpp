@@ -423,5 +423,22 @@ TEST_F(KSUndoManagerTest, AnUndoManagerThatIsGoneNoLongerHearsTheLoop) {
     EXPECT_EQ(target.use_count(), 1);
 }
 
+// Objects held in statics are destroyed after the thread's loop and centre have gone.
+TEST(KSCoreAtExitDeathTest, ObjectsInStaticsOutliveTheLoopAndTheCentreSafely) {
+    EXPECT_EXIT(
+        {
+            static auto undo = std::make_shared<KSUndoManager>();
+            static struct Remover {
+                ~Remover() { KSNotificationCenter::defaultCenter().removeObserver(this); }
+            } remover;
+            KSNotificationCenter::defaultCenter().addObserver(&remover, "N", nullptr,
+                                                              [](const KSNotification&) {});
+            auto target = std::make_shared<int>(0);
+            undo->registerUndoWithTarget(target, [](int&) {});
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0), "");
+}
+
 }  // namespace
 }  // namespace kestrum
