@@ -39,14 +39,6 @@ TEST(KSLogTest, WithoutCaptureLinesGoToStandardErrorWithDateAndProcess) {
     EXPECT_EQ(text[13], ':');
 }
 
-TEST(KSLogTest, AHookCanBeSetAndRestored) {
-    std::vector<std::string> seen;
-    KSLogHook previous = KSSetLogHook([&](const std::string& line) { seen.push_back(line); });
-    KSLog("%@ %@", "one", 2);
-    KSSetLogHook(previous);
-    EXPECT_EQ(seen, (std::vector<std::string>{"one 2"}));
-}
-
 using KSAssertDeathTest = ::testing::Test;
 
 TEST_F(KSAssertDeathTest, AFailedAssertionNamesTheSourcePathAndAborts) {

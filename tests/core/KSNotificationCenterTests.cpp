@@ -113,10 +113,5 @@ TEST_F(KSNotificationCenterTest, ManyObserversArePostedToInLinearTime) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
 }
 
-TEST(KSNotificationCenterDefault, IsOneCentrePerThread) {
-    auto* here = &KSNotificationCenter::defaultCenter();
-    EXPECT_EQ(here, &KSNotificationCenter::defaultCenter());
-}
-
 }  // namespace
 }  // namespace kestrum

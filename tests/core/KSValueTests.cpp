@@ -44,19 +44,6 @@ TEST(KSValueTypes, ConstructorsPickTheMatchingType) {
     EXPECT_STREQ(KSValue::typeName(KSValue::Type::Dictionary), "dictionary");
 }
 
-TEST(KSValueTypes, DirectAccessAnswersNeutralValuesForOtherTypes) {
-    KSValue number(42);
-    EXPECT_EQ(number.asString(), "");
-    EXPECT_TRUE(number.asArray().empty());
-    EXPECT_TRUE(number.asDictionary().empty());
-    EXPECT_TRUE(number.asData().empty());
-    EXPECT_EQ(number.asObject(), nullptr);
-    EXPECT_EQ(number.asDate(), KSDate{});
-    EXPECT_FALSE(number.asBool());
-    EXPECT_EQ(KSValue("x").asInteger(), 0);
-    EXPECT_EQ(KSValue("x").asDouble(), 0.0);
-}
-
 struct IntCase {
     KSValue value;
     int expected;
