@@ -2,6 +2,7 @@
 
 #include <plist/plist.h>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstdlib>
@@ -36,14 +37,17 @@ plist_t toPlist(const KSValue& value, std::string* problem) {
         case KSValue::Type::String:
             return plist_new_string(value.asString().c_str());
         case KSValue::Type::Date: {
-            // The binary and XML forms hold 32-bit seconds: instants beyond about 68 years
-            // from 2001 are clamped.
+            // libplist takes 32-bit seconds: instants beyond about 68 years from 2001 are
+            // clamped. Whole microseconds, so that the fraction never rounds up to a second.
             double t = value.asDate().timeIntervalSinceReferenceDate;
-            double whole = std::floor(t);
-            double clamped = std::fmax(std::fmin(whole, INT32_MAX), INT32_MIN);
-            auto usec = static_cast<int32_t>(std::lround((t - whole) * 1e6));
-            if (usec >= 1000000) usec = 999999;
-            return plist_new_date(static_cast<int32_t>(clamped), usec);
+            if (std::isnan(t)) t = 0;
+            // Its reading cannot tell a fraction of the second before 2001 from one after:
+            // that one second is kept to the whole second.
+            if (t > -1 && t < 0) t = std::round(t);
+            double micros = std::round(std::clamp(t, double{INT32_MIN}, double{INT32_MAX}) * 1e6);
+            double whole = std::floor(micros / 1e6);
+            return plist_new_date(static_cast<int32_t>(whole),
+                                  static_cast<int32_t>(micros - whole * 1e6));
         }
         case KSValue::Type::Data: {
             const KSData& data = value.asData();
@@ -107,9 +111,14 @@ KSValue fromPlist(plist_t node) {
             return KSValue(std::string(s ? s : "", s ? length : 0));
         }
         case PLIST_DATE: {
+            // libplist answers the seconds truncated toward zero and the size of the
+            // fraction, so before 2001 the fraction counts backwards.
             int32_t sec = 0, usec = 0;
             plist_get_date_val(node, &sec, &usec);
-            return KSValue(KSDate{static_cast<double>(sec) + usec / 1e6});
+            bool before =
+                sec < 0 || (sec == 0 && usec != 0 && plist_date_val_compare(node, 0, 0) < 0);
+            double fraction = usec / 1e6;
+            return KSValue(KSDate{before ? sec - fraction : sec + fraction});
         }
         case PLIST_DATA: {
             char* bytes = nullptr;
