@@ -85,6 +85,34 @@ TEST_P(KSPropertyListRoundTrip, KeepsDoublesExactly) {
     }
 }
 
+TEST_P(KSPropertyListRoundTrip, DatesKeepTheirPrecisionOnBothSidesOf2001) {
+    bool binary = GetParam() == KSPropertyListFormat::Binary;
+    struct Case {
+        double seconds;
+        double binary;  // what comes back from each form
+        double xml;
+    };
+    const Case cases[] = {
+        {0.25, 0.25, 0},
+        {-0.5, -1, -1},  // the second before 2001 is kept whole
+        {-0.25, 0, 0},
+        {-86400.75, -86400.75, -86400},
+        {1234.9999999, 1235, 1235},
+        {-2e9, -2e9, -2e9},
+        {3e9, 2147483647, 2147483647},  // beyond 2069: clamped
+        {-3e9, -2147483648.0, -2147483648.0},
+    };
+    for (const Case& c : cases) {
+        KSData data =
+            KSPropertyList::dataFromPropertyList(KSValue::array({KSDate{c.seconds}}), GetParam());
+        KSValue back = KSPropertyList::propertyListFromData(data);
+        ASSERT_EQ(back.asArray().size(), 1u) << c.seconds;
+        EXPECT_NEAR(back.asArray()[0].asDate().timeIntervalSinceReferenceDate,
+                    binary ? c.binary : c.xml, 1e-6)
+            << c.seconds;
+    }
+}
+
 TEST_P(KSPropertyListRoundTrip, ScalarsStandAtTheTop) {
     for (const KSValue& value : {KSValue("top"), KSValue(7), KSValue(true), KSValue(2.5)}) {
         KSData data = KSPropertyList::dataFromPropertyList(value, GetParam());
