@@ -115,10 +115,8 @@ KSValue fromPlist(plist_t node) {
             // fraction, so before 2001 the fraction counts backwards.
             int32_t sec = 0, usec = 0;
             plist_get_date_val(node, &sec, &usec);
-            bool before =
-                sec < 0 || (sec == 0 && usec != 0 && plist_date_val_compare(node, 0, 0) < 0);
             double fraction = usec / 1e6;
-            return KSValue(KSDate{before ? sec - fraction : sec + fraction});
+            return KSValue(KSDate{sec < 0 ? sec - fraction : sec + fraction});
         }
         case PLIST_DATA: {
             char* bytes = nullptr;
