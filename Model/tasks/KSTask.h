@@ -34,6 +34,7 @@
 #include "Model/project/KSProjectItem.h"
 #include "Model/tasks/KSTaskEnums.h"
 #include "Model/worktime/KSDateTime.h"
+#include "Platform/xml/XMLArchiving.h"
 
 namespace kestrum {
 
@@ -60,7 +61,7 @@ inline constexpr double KSDefaultTaskEffort = 28800.0;
 // The largest effort a task takes, in seconds.
 inline constexpr double KSMaximumTaskEffort = 691200000.0;
 
-class KSTask : public KSProjectItem {
+class KSTask : public KSProjectItem, public XMLArchiving {
     KS_DECLARE_CLASS()
 public:
     // A plain task with the default effort, no title, number -1, outside any plan.
@@ -213,6 +214,17 @@ public:
     std::shared_ptr<KSTask> copyIncludingSubtasks(bool includingSubtasks) const;
     // A copy of this task alone.
     std::shared_ptr<KSTask> copy() const { return copyIncludingSubtasks(false); }
+    // Writes the task into the element on top of `document`, with the children that
+    // `subset` holds (all with null) as nested "task" elements.
+    bool writeContentsXMLIncludingSubtasks(BKXMLDocument& document, const KSTaskPointerSet* subset,
+                                           KSBaseObject* attachmentArchiveContext, KSError* error);
+    // XMLArchiving: the task with all its subtasks.
+    bool writeContentsXML(BKXMLDocument& document, KSBaseObject* attachmentArchiveContext,
+                          KSError* error) override;
+    // Fills a new task from its element, as the file reader does: quietly, then re-summed.
+    bool readContentsXML(BKXMLCursor& cursor, KSBaseObject* attachmentArchiveContext,
+                         KSError* error) override;
+    std::string classXMLElementName() const override { return "task"; }
     // Joins or leaves a plan: issue counts, links, assignments and the change engine.
     void setScenario(KSScenario* scenario) override;
     // Leaves the plan: links and assignments go first, then the tree, then the engine.
@@ -497,8 +509,6 @@ private:
         unsigned alreadySentDatesChangedNotification : 1 = 0;
         unsigned updatingEstimates : 1 = 0;
     };
-
-    friend class KSTaskCopier;
 
     // A group holds its children's totals; a split task holds its chunks' but is no group.
     bool _isGroupTask() const { return KSProjectItem::isGroup() && !isSplitTask_; }
