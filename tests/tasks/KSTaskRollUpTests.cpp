@@ -59,6 +59,7 @@ TEST_F(TaskRollUpTest, DoneAndCostRollUpWithUndo) {
 
 TEST_F(TaskRollUpTest, MovingBetweenGroupsMovesTheTotals) {
     auto other = group("Other");
+    drain();
     other->addChildTask(t2);
     EXPECT_EQ(g2->effort(), 8 * kHour);
     EXPECT_EQ(g1->effort(), 10 * kHour);

@@ -9,6 +9,7 @@ class TaskTypeTest : public PlanTest {};
 
 TEST_F(TaskTypeTest, AnEmptyGroupBecomesATaskWithTheDefaultEffort) {
     auto g = group("G");
+    drain();
     ASSERT_TRUE(g->isGroup());
     EXPECT_EQ(g->effort(), 0.0);
     g->setTaskType(taskTypeTask);
