@@ -61,4 +61,9 @@ void KSDependency::remove() {
     removeWithUndoManager(um);
 }
 
+void KSDependency::_forgetTask(const KSTask* task) {
+    if (nonretainedPrerequisite_ == task) nonretainedPrerequisite_ = nullptr;
+    if (nonretainedDependent_ == task) nonretainedDependent_ = nullptr;
+}
+
 }  // namespace kestrum

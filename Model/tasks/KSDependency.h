@@ -64,6 +64,8 @@ public:
     void remove();
     // Puts a removed link back into both tasks.
     void reattach();
+    // Forgets `task` as either end: the task is going away while the link lives on.
+    void _forgetTask(const KSTask* task);
 
 private:
     KSTask* nonretainedPrerequisite_;

@@ -143,6 +143,10 @@ KSTask::~KSTask() {
     // Links and issues point back without owning; they must not outlive the pointer.
     for (const auto& issue : issues_)
         issue->setTask(nullptr);
+    for (const auto& link : prerequisites_)
+        link->_forgetTask(this);
+    for (const auto& link : dependents_)
+        link->_forgetTask(this);
 }
 
 // --- Class-wide ---------------------------------------------------------------------------
@@ -521,13 +525,13 @@ std::vector<std::shared_ptr<HLStyle>> KSTask::cascadeStyles() const {
 
 // --- Change hooks -------------------------------------------------------------------------------
 
-bool KSTask::_isDateChangeQuiet() const {
+bool KSTask::_hooksAreQuiet() const {
     KSScenario* owner = scenario();
     return flags_.isLoading || (owner && owner->isLevelingResources());
 }
 
 void KSTask::willChangeValueForKey(std::string_view key) {
-    if (_isDateChangeQuiet()) return;
+    if (_hooksAreQuiet()) return;
     KSProjectItem::willChangeValueForKey(key);
     if (key == "childrenSet") {
         KSProjectItem* root = rootItem();
@@ -536,7 +540,7 @@ void KSTask::willChangeValueForKey(std::string_view key) {
 }
 
 void KSTask::didChangeValueForKey(std::string_view key) {
-    if (_isDateChangeQuiet()) return;
+    if (_hooksAreQuiet()) return;
     KSProjectItem::didChangeValueForKey(key);
     if (key == "childrenSet") {
         KSProjectItem* root = rootItem();
@@ -547,7 +551,7 @@ void KSTask::didChangeValueForKey(std::string_view key) {
 void KSTask::willChangeValueForKeyWithSetMutationUsingObjects(std::string_view key,
                                                               KSKeyValueSetMutationKind kind,
                                                               const KSArray& objects) {
-    if (_isDateChangeQuiet()) return;
+    if (_hooksAreQuiet()) return;
     KSProjectItem::willChangeValueForKeyWithSetMutationUsingObjects(key, kind, objects);
     if (key == "childrenSet") {
         KSProjectItem* root = rootItem();
@@ -558,7 +562,7 @@ void KSTask::willChangeValueForKeyWithSetMutationUsingObjects(std::string_view k
 void KSTask::didChangeValueForKeyWithSetMutationUsingObjects(std::string_view key,
                                                              KSKeyValueSetMutationKind kind,
                                                              const KSArray& objects) {
-    if (_isDateChangeQuiet()) return;
+    if (_hooksAreQuiet()) return;
     KSProjectItem::didChangeValueForKeyWithSetMutationUsingObjects(key, kind, objects);
     if (key == "childrenSet") {
         KSProjectItem* root = rootItem();

@@ -538,7 +538,7 @@ private:
     void _recursiveWillRemoveFromProject(KSScenario* scenario);
     void _redistributeSplitDone();
     void _announceDatesAfterRecompute();
-    bool _isDateChangeQuiet() const;
+    bool _hooksAreQuiet() const;
     void _postWillInvalidateDates();
     void _changeTypeLeavingGroupOrSplit(KSTaskType type, bool wasSplit, bool resetEffort);
     void _becomeGroup(bool wasSplit, bool splitTask);
