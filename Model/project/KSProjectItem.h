@@ -60,7 +60,8 @@ public:
     // --- Tree ----------------------------------------------------------------------------
     KSProjectItem* parent() const { return nonretainedParent_; }
     // Sets the parent, telling the engine; a new parent also gives its scenario.
-    void _setParent(KSProjectItem* parent);
+    // Subclasses add what joining a parent means to them.
+    virtual void _setParent(KSProjectItem* parent);
     // Depth below the root: 1 for a top-level item, 0 for a root or a detached item.
     int level() const;
     // The level as a keyed number.
@@ -122,8 +123,9 @@ public:
     bool hasDescendentInSet(const std::unordered_set<const KSProjectItem*>& items) const;
     // Sorts the children (and, when `recursively`, every group below first).
     void sortChildrenWithDescriptorsRecursively(const KSProjectItemLess& less, bool recursively);
-    // Removes this item from its parent and from the scenario.
-    void deleteSelf();
+    // Removes this item from its parent and from the scenario. Subclasses that hold
+    // links or counts in the scenario let go of them first.
+    virtual void deleteSelf();
     // Joining a scenario records deleteSelf as the undo.
     void setScenario(KSScenario* scenario) override;
     bool isGroup() const { return children_.has_value(); }

@@ -239,6 +239,24 @@ void KSScenario::removeCriticalPath(const std::shared_ptr<KSCriticalPath>& path)
         task->criticalPathMayHaveChanged();
 }
 
+// --- Issue totals and defaults ------------------------------------------------------------
+
+void KSScenario::changeErrorsAndWarnings(std::int64_t errors, std::int64_t warnings) {
+    willChangeValueForKey("errorCount");
+    willChangeValueForKey("warningCount");
+    errorCount_ = static_cast<std::uint32_t>(static_cast<std::int64_t>(errorCount_) + errors);
+    warningCount_ =
+        static_cast<std::uint32_t>(static_cast<std::int64_t>(warningCount_) + warnings);
+    didChangeValueForKey("errorCount");
+    didChangeValueForKey("warningCount");
+}
+
+double KSScenario::defaultTaskEffortIgnorePrototype(bool ignorePrototype) const {
+    if (prototypeTask_ && !ignorePrototype) return prototypeTask_->effort();
+    // Eight working hours: the effort formatter's default day.
+    return 8.0 * 3600.0;
+}
+
 // --- Membership --------------------------------------------------------------------------------
 
 void KSScenario::taskWillBeInserted(KSTask& task) {

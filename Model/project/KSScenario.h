@@ -113,6 +113,11 @@ public:
     void setErrorCount(std::uint32_t count) { errorCount_ = count; }
     std::uint32_t warningCount() const { return warningCount_; }
     void setWarningCount(std::uint32_t count) { warningCount_ = count; }
+    // Adds signed differences to both totals, announcing "errorCount" and "warningCount".
+    void changeErrorsAndWarnings(std::int64_t errors, std::int64_t warnings);
+    // The effort of a new task in seconds: the prototype task's unless ignored or absent,
+    // else a working day of eight hours.
+    double defaultTaskEffortIgnorePrototype(bool ignorePrototype) const;
 
     // --- Flags --------------------------------------------------------------------------
     bool isLevelingResources() const { return flags_.isLevelingResources; }

@@ -1,18 +1,70 @@
+// KSTask: fields, keyed access, text, priority, status, order, styles, hooks and issues.
 #include "Model/tasks/KSTask.h"
 
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+
 #include "Model/changes/KSDifferenceEngine.h"
+#include "Model/engine/KSIssue.h"
+#include "Model/project/KSDocumentProtocol.h"
 #include "Model/project/KSProject.h"
 #include "Model/project/KSScenario.h"
+#include "Model/tasks/KSDependency.h"
+#include "Model/worktime/KSScheduling.h"
+#include "Platform/core/KSError.h"
+#include "Platform/core/KSFormat.h"
 #include "Platform/core/KSLocalization.h"
+#include "Platform/styles/HLStyle.h"
 
 namespace kestrum {
+
+const char* const KSTaskWillInvalidateDatesNotification = "KSTaskWillInvalidateDatesNotification";
+const char* const KSTaskStartDateStateChangeNotification = "start date state change";
+const char* const KSTaskEndDateStateChangeNotification = "end date state change";
+
+namespace {
+
+bool gShowSplitsAsGroups = false;
+
+int compareValues(double a, double b) {
+    return a < b ? KSOrderedAscending : (a > b ? KSOrderedDescending : KSOrderedSame);
+}
+
+KSValue dateValue(const KSDateTime& date) {
+    return date.isNull() ? KSValue() : KSValueTraits<KSDateTime>::toValue(date);
+}
+
+// A setting of the plan by key, or null when the plan does not have that setting.
+std::optional<KSValue> settingForKey(const KSBaseObject* owner, std::string_view key) {
+    if (!owner || !owner->classInfo().attributeForKey(key)) return std::nullopt;
+    return owner->valueForKey(key);
+}
+
+// Percent-escapes everything but unreserved characters and "/", ",", ":".
+std::string percentEscaped(const std::string& text) {
+    std::string out;
+    for (unsigned char c : text) {
+        if (std::isalnum(c) || c == '-' || c == '_' || c == '.' || c == '~' || c == '/' ||
+            c == ',' || c == ':') {
+            out += static_cast<char>(c);
+        } else {
+            char buffer[4];
+            std::snprintf(buffer, sizeof buffer, "%%%02X", c);
+            out += buffer;
+        }
+    }
+    return out;
+}
+
+}  // namespace
 
 const KSClassInfo& KSTask::staticClassInfo() {
     static const KSClassInfo info = KSClassInfo::make<KSTask>(
         "KSTask", &KSProjectItem::staticClassInfo(), [](KSClassBuilder<KSTask>& b) {
             b.custom(
                 "title", KSValue::Type::String,
-                [](const KSTask& t) { return t.title_ ? KSValue(*t.title_) : KSValue(); },
+                [](const KSTask& t) { return t.title() ? KSValue(*t.title()) : KSValue(); },
                 [](KSTask& t, const KSValue& v) {
                     if (v.isNull()) {
                         t.setTitle(std::nullopt);
@@ -22,40 +74,500 @@ const KSClassInfo& KSTask::staticClassInfo() {
                     t.setTitle(v.asString());
                     return true;
                 });
+            b.attribute("isGroup", &KSTask::isGroup, &KSTask::setIsGroup);
+            b.custom(
+                "taskType", KSValue::Type::Integer,
+                [](const KSTask& t) { return KSValue(static_cast<long long>(t.taskType())); },
+                [](KSTask& t, const KSValue& v) {
+                    long long type = v.integerValue();
+                    if (type < taskTypeTask || type > taskTypeHammock) return false;
+                    t.setTaskType(static_cast<KSTaskType>(type));
+                    return true;
+                });
+            b.custom(
+                "priority", KSValue::Type::Integer,
+                [](const KSTask& t) { return KSValue(static_cast<long long>(t.priority())); },
+                [](KSTask& t, const KSValue& v) {
+                    t.setPriority(v.isNull() ? 0 : static_cast<std::int32_t>(v.intValue()));
+                    return true;
+                });
+            b.custom("priorityNumber", KSValue::Type::Null, &KSTask::priorityNumber,
+                     [](KSTask& t, const KSValue& v) {
+                         t.setPriorityNumber(v);
+                         return true;
+                     });
+            b.attribute("effort", &KSTask::effort, &KSTask::setEffort);
+            b.attribute("effortDone", &KSTask::effortDone, &KSTask::setEffortDone);
+            b.attribute("completed", &KSTask::completed, &KSTask::setCompleted);
+            b.attribute("minEffortEstimate", &KSTask::minEffortEstimate,
+                        &KSTask::setMinEffortEstimate);
+            b.attribute("expectedEffortEstimate", &KSTask::expectedEffortEstimate,
+                        &KSTask::setExpectedEffortEstimate);
+            b.attribute("maxEffortEstimate", &KSTask::maxEffortEstimate,
+                        &KSTask::setMaxEffortEstimate);
+            b.attribute("staticCost", &KSTask::staticCost, &KSTask::setStaticCost);
+            b.readOnly("effortRemaining", &KSTask::effortRemaining);
             b.readOnly("isPrototype", &KSTask::isPrototype);
+            b.readOnly("isMilestone", &KSTask::isMilestone);
+            b.readOnly("isSplitTask", &KSTask::isSplitTask);
+            b.readOnly("isSplitChunk", &KSTask::isSplitChunk);
+            b.readOnly("numericalOrder", &KSTask::numericalOrder);
+            b.readOnly("numericalOrderString", &KSTask::numericalOrderString);
+            b.readOnly("headingString", &KSTask::headingString);
+            b.readOnly("wbsNumber", &KSTask::wbsNumber);
+            b.readOnly("positionalIDString", &KSTask::positionalIDString);
+            b.custom("status", KSValue::Type::Integer,
+                     [](const KSTask& t) { return KSValue(static_cast<long long>(t.status())); });
+            b.custom("startLockedDate", KSValue::Type::Date,
+                     [](const KSTask& t) { return dateValue(t.startLockedDate()); });
+            b.custom("endLockedDate", KSValue::Type::Date,
+                     [](const KSTask& t) { return dateValue(t.endLockedDate()); });
+            b.custom("noEarlierThanConstraintDate", KSValue::Type::Date,
+                     [](const KSTask& t) { return dateValue(t.noEarlierThanConstraintDate()); });
+            b.custom("noLaterThanConstraintDate", KSValue::Type::Date,
+                     [](const KSTask& t) { return dateValue(t.noLaterThanConstraintDate()); });
+            b.readOnly("isStartDateLocked", &KSTask::isStartDateLocked);
+            b.readOnly("isEndDateLocked", &KSTask::isEndDateLocked);
+            b.dependentKeys("isStartDateLocked", {"startLockedDate"});
+            b.dependentKeys("isEndDateLocked", {"endLockedDate"});
+            b.dependentKeys("effortRemaining", {"effort", "effortDone"});
+            b.dependentKeys("completed", {"effort", "effortDone"});
+            b.dependentKeys("priorityNumber", {"priority"});
         });
     return info;
 }
 
 KSTask::KSTask() = default;
-KSTask::~KSTask() = default;
 
-void KSTask::_needsSchedulingRecomputation() {
-    KSScenario* owner = scenario();
-    if (!owner || willRevalidateSchedule_) return;
-    willRevalidateSchedule_ = true;
-    owner->taskNeedsSchedulingRecomputation(*this);
+KSTask::~KSTask() {
+    // Links and issues point back without owning; they must not outlive the pointer.
+    for (const auto& issue : issues_)
+        issue->setTask(nullptr);
+    for (const auto& link : prerequisites_)
+        link->_forgetTask(this);
+    for (const auto& link : dependents_)
+        link->_forgetTask(this);
 }
 
-void KSTask::_recomputeScheduling() {
-    willRevalidateSchedule_ = false;
+// --- Class-wide ---------------------------------------------------------------------------
+
+bool KSTask::showSplitsAsGroups() {
+    return gShowSplitsAsGroups;
 }
 
-void KSTask::undoGroupDidOpen() {
-    delayingSplitRejoining_ = true;
+void KSTask::setShowSplitsAsGroups(bool flag) {
+    gShowSplitsAsGroups = flag;
 }
 
-void KSTask::undoGroupWillClose() {
-    if (scenario()) delayingSplitRejoining_ = false;
+std::optional<std::string> KSTask::urlForTasks(const KSTaskList& tasks) {
+    if (tasks.empty() || !tasks.back()) return std::nullopt;
+    KSProject* project = tasks.back()->project();
+    KSDocumentProtocol* document = project ? project->document() : nullptr;
+    std::optional<std::string> fileURL = document ? document->fileURL() : std::nullopt;
+    if (!fileURL || fileURL->empty()) return std::nullopt;
+    std::string path = *fileURL;
+    if (path.rfind("file://", 0) == 0) path = path.substr(7);
+    std::string ids;
+    for (const auto& task : tasks) {
+        if (!task) continue;
+        if (!ids.empty()) ids += ",";
+        ids += std::to_string(task->objectId());
+    }
+    return percentEscaped(KSStringWithFormat("kestrum://localhost%@/task/%@", path, ids));
 }
 
-void KSTask::recomputeNumericalOrder() {}
+// --- Type tests -------------------------------------------------------------------------------
+
+KSTaskType KSTask::taskType() const {
+    return isSplitTask_ ? taskTypeTask : taskType_;
+}
+
+bool KSTask::isGroup() const {
+    if (isSplitTask_ && !gShowSplitsAsGroups) return false;
+    return KSProjectItem::isGroup();
+}
+
+void KSTask::setIsGroup(bool flag) {
+    setTaskType(flag ? taskTypeGroup : taskTypeTask);
+}
+
+std::string KSTask::taskTypeString() const {
+    return stringForTaskType(taskType());
+}
+
+std::string KSTask::localizedTaskTypeString() const {
+    if (!parent() && scenario() && scenario()->rootTask().get() == this)
+        return KSLocalizedString("Plan");
+    return displayStringForTaskType(taskType());
+}
+
+std::string KSTask::localizedPluralTaskTypeString() const {
+    if (!parent() && scenario() && scenario()->rootTask().get() == this)
+        return KSLocalizedString("Plans");
+    return pluralDisplayStringForTaskType(taskType());
+}
+
+void KSTask::taskTypeChanged() {
+    willChangeValueForKey("scheduleType");
+    didChangeValueForKey("scheduleType");
+}
+
+bool KSTask::allowDurationChange() const {
+    return taskType_ == taskTypeTask && !(isStartDateLocked() && isEndDateLocked());
+}
+
+bool KSTask::allowCompletionChange() const {
+    if (taskType_ == taskTypeGroup) return false;
+    if (!flags_.isSplitChunk) return true;
+    double done = completed();
+    if (done == 0.0) {
+        KSTask* previous = previousSplitChunk();
+        return !previous || previous->completed() == 1.0;
+    }
+    if (done == 1.0) {
+        KSTask* next = nextSplitChunk();
+        return !next || next->completed() == 0.0;
+    }
+    return true;
+}
+
+bool KSTask::canBecomeHammock() const {
+    if (flags_.isLoading) return true;
+    bool toStart = false;
+    bool toEnd = false;
+    for (const auto& link : prerequisites_) {
+        if (link->kind() == KSDependencyKindSS || link->kind() == KSDependencyKindFS)
+            toStart = true;
+        else
+            toEnd = true;
+    }
+    return toStart && toEnd;
+}
+
+bool KSTask::_hasBothStartAndEndPrerequisites() const {
+    bool toStart = false;
+    bool toEnd = false;
+    for (const auto& link : prerequisites_) {
+        if (link->dependentAlignedToEnd())
+            toEnd = true;
+        else
+            toStart = true;
+    }
+    return toStart && toEnd;
+}
+
+void KSTask::beginEditing() {
+    flags_.editingCount = (flags_.editingCount + 1) & 7;
+}
+
+void KSTask::endEditing() {
+    flags_.editingCount = (flags_.editingCount + 7) & 7;
+}
+
+// --- Text ---------------------------------------------------------------------------------------
+
+std::optional<std::string> KSTask::title() const {
+    if (flags_.isSplitChunk) {
+        if (KSTask* p = parentTask()) {
+            std::int64_t index = childrenRank();
+            return KSStringWithFormat(KSLocalizedString("%@ #%d"), p->title().value_or(""),
+                                      index + 1);
+        }
+    }
+    return title_;
+}
 
 void KSTask::setTitle(const std::optional<std::string>& title) {
     if (title == title_) return;
+    // The first naming of a task is part of making it, not an edit to undo.
+    if (title_) {
+        registerUndo<KSTask>([old = title_](KSTask& t) { t.setTitle(old); });
+    }
     willChangeValueForKey("title");
     title_ = title;
     didChangeValueForKey("title");
+    if (isSplitTask_) {
+        KSTaskList chunks;
+        _childrenTasks(chunks);
+        for (const auto& chunk : chunks)
+            chunk->setTitle(title);
+    }
+    setUndoActionName("Set Title");
+}
+
+std::optional<std::string> KSTask::objectDescription() const {
+    return KSStringWithFormat("%@ %@", KSLocalizedString("Task"), title().value_or(""));
+}
+
+std::string KSTask::headingString() const {
+    if (_planUsesFlatNumbering()) return KSStringWithFormat("%d)", numericalOrder());
+    return positionalIDString() + ")";
+}
+
+void KSTask::invalidateHeadingStrings() {
+    static const char* const keys[] = {"prerequisites", "dependents", "headingString"};
+    for (const char* key : keys)
+        willChangeValueForKey(key);
+    for (const char* key : keys)
+        didChangeValueForKey(key);
+    KSTaskList children;
+    _childrenTasks(children);
+    for (const auto& child : children)
+        child->invalidateHeadingStrings();
+}
+
+std::string KSTask::numericalOrderString() const {
+    return KSStringWithFormat("%d", numericalOrder());
+}
+
+std::string KSTask::positionalIDString() const {
+    return _planUsesFlatNumbering() ? numericalOrderString() : wbsNumber();
+}
+
+std::optional<std::string> KSTask::url() const {
+    auto self = std::const_pointer_cast<KSTask>(sharedFromThis<KSTask>());
+    return urlForTasks({self});
+}
+
+std::string KSTask::shortDescription() const {
+    char pointer[32];
+    std::snprintf(pointer, sizeof pointer, "%p", static_cast<const void*>(this));
+    return KSStringWithFormat("<%@ %@> %@", className(), std::string(pointer),
+                              title().value_or(""));
+}
+
+std::string KSTask::subclassLocalizedTypeForUndo() const {
+    return KSLocalizedString("Task (for undo/redo only)", "Task");
+}
+
+// --- Priority -----------------------------------------------------------------------------------
+
+void KSTask::setPriority(std::int32_t priority) {
+    if (priority == priority_) return;
+    if (isSplitTask_) {
+        KSTaskList chunks;
+        _childrenTasks(chunks);
+        for (const auto& chunk : chunks)
+            chunk->setPriority(priority);
+    }
+    // Priority is read only by leveling and ordering: no date depends on it.
+    setUndoableValue<KSTask>(priority_, priority, "priority", "Set Priority", &KSTask::setPriority);
+}
+
+KSValue KSTask::priorityNumber() const {
+    return isStandardTask() ? KSValue(static_cast<long long>(priority_)) : KSValue();
+}
+
+void KSTask::setPriorityNumber(const KSValue& number) {
+    setPriority(number.isNull() ? 0 : static_cast<std::int32_t>(number.intValue()));
+}
+
+// --- Status -------------------------------------------------------------------------------------
+
+bool KSTask::_containsUncompletedMilestone() const {
+    if (isMilestone() && effortDone_ < 1.0) return true;
+    if (!children()) return false;
+    for (const auto& child : *children()) {
+        if (static_cast<const KSTask&>(*child)._containsUncompletedMilestone()) return true;
+    }
+    return false;
+}
+
+std::int64_t KSTask::daysUntilDue() const {
+    KSDateTime end = const_cast<KSTask*>(this)->endDate();
+    return end.dayNumber() - KSDateTime::today().dayNumber();
+}
+
+KSTaskStatus KSTask::status() const {
+    if (effort_ == 0.0 && effortDone_ == 1.0) return KSTaskStatusCompleted;
+    if (effort_ > 0.0 && effortDone_ >= effort_ && !_containsUncompletedMilestone())
+        return KSTaskStatusCompleted;
+    if (effort_ == 0.0 && !_containsUncompletedMilestone()) return KSTaskStatusCompleted;
+    if (_planHasGenericDates() || flags_.isLoading) return KSTaskStatusNone;
+    if (const_cast<KSTask*>(this)->endDate().isNull()) return KSTaskStatusNone;
+    std::int64_t days = daysUntilDue();
+    if (days == 0) return KSTaskStatusDueToday;
+    if (days >= 1 && days <= 4) return KSTaskStatusDueSoon;
+    if (days < 0) return KSTaskStatusPastDue;
+    return KSTaskStatusNone;
+}
+
+KSDictionary KSTask::statusDictionary() const {
+    KSTaskStatus current = status();
+    std::string abridged;
+    bool describesDue = false;
+    switch (current) {
+        case KSTaskStatusCompleted:
+            abridged = KSLocalizedString("Completed");
+            break;
+        case KSTaskStatusDueToday:
+            abridged = KSLocalizedString("Due in < 1 day");
+            describesDue = true;
+            break;
+        case KSTaskStatusDueSoon: {
+            std::int64_t days = daysUntilDue();
+            abridged = KSStringWithFormat(
+                KSLocalizedString(days < 2 ? "Due in %d day" : "Due in %d days"), days);
+            describesDue = true;
+            break;
+        }
+        case KSTaskStatusPastDue: {
+            std::int64_t days = daysUntilDue();
+            if (days == -1) {
+                abridged = KSStringWithFormat(KSLocalizedString("Overdue by %d day"), 1);
+            } else if (days < -1) {
+                abridged = KSStringWithFormat(KSLocalizedString("Overdue by %d days"), -days);
+            } else {
+                abridged = KSLocalizedString("Overdue by < 1 day");
+            }
+            describesDue = true;
+            break;
+        }
+        case KSTaskStatusNone:
+            break;
+    }
+    std::string toolTip = describesDue
+                              ? KSStringWithFormat(KSLocalizedString("This task is %@"), abridged)
+                              : KSLocalizedString("Status");
+    KSDictionary dictionary;
+    dictionary.setObjectForKey("Status", KSValue(static_cast<long long>(current)));
+    dictionary.setObjectForKey("Status tool tip", KSValue(toolTip));
+    dictionary.setObjectForKey("Abridged Status", KSValue(abridged));
+    return dictionary;
+}
+
+// --- Resource assignment type -------------------------------------------------------------------
+
+void KSTask::setResourceAssignmentType(KSResourceAssignmentType type) {
+    setUndoableValue<KSTask>(resourceAssignmentType_, type, "resourceAssignmentType",
+                             "Set Resource Assignment Type", &KSTask::setResourceAssignmentType);
+}
+
+// --- Order --------------------------------------------------------------------------------------
+
+int KSTask::compareByPosition(const KSTask& other) const {
+    return compareValues(numericalOrder(), other.numericalOrder());
+}
+
+int KSTask::compareByReversePosition(const KSTask& other) const {
+    return compareByPosition(other);
+}
+
+int KSTask::compareByStartDate(const KSTask& other) const {
+    int order =
+        const_cast<KSTask*>(this)->startDate().compare(const_cast<KSTask&>(other).startDate());
+    return order != KSOrderedSame ? order : compareByPosition(other);
+}
+
+int KSTask::compareByEndDate(const KSTask& other) const {
+    int order = const_cast<KSTask*>(this)->endDate().compare(const_cast<KSTask&>(other).endDate());
+    return order != KSOrderedSame ? order : compareByPosition(other);
+}
+
+int KSTask::compareByEffort(const KSTask& other) const {
+    return compareValues(effort_, other.effort_);
+}
+
+int KSTask::compareByPriority(const KSTask& other) const {
+    bool fixedEnd = _planHasFixedEndDate();
+    if (scheduleType() != other.scheduleType()) {
+        return isAsLateAsPossible() == fixedEnd ? KSOrderedAscending : KSOrderedDescending;
+    }
+    if (priority_ != other.priority_)
+        return priority_ > other.priority_ ? KSOrderedAscending : KSOrderedDescending;
+    int byPosition = compareByPosition(other);
+    return fixedEnd ? -byPosition : byPosition;
+}
+
+int KSTask::compareByReversePriority(const KSTask& other) const {
+    return -compareByPriority(other);
+}
+
+int KSTask::compareByMostSlack(const KSTask& other) const {
+    auto span = [](const KSTask& task) {
+        auto& t = const_cast<KSTask&>(task);
+        KSScheduling* work = t.schedule();
+        return work ? work->durationBetweenStartDateAndEndDate(t.absoluteStartLimit(),
+                                                               t.absoluteEndLimit())
+                    : 0.0;
+    };
+    double mine = span(*this);
+    double theirs = span(other);
+    if (mine != theirs) return mine > theirs ? KSOrderedAscending : KSOrderedDescending;
+    return compareByPriority(other);
+}
+
+// --- Styles -------------------------------------------------------------------------------------
+
+std::vector<std::shared_ptr<HLStyle>> KSTask::cascadeStyles() const {
+    std::vector<std::shared_ptr<HLStyle>> styles;
+    KSProject* owner = project();
+    if (!owner) return styles;
+    auto projectStyle = [owner](std::string_view key) -> std::shared_ptr<HLStyle> {
+        std::optional<KSValue> value = settingForKey(owner, key);
+        if (!value) return nullptr;
+        return std::dynamic_pointer_cast<HLStyle>(value->asObject());
+    };
+    std::shared_ptr<HLStyle> style;
+    if (isMilestone()) {
+        style = projectStyle("milestoneTaskStyle");
+    } else if (taskType_ == taskTypeGroup) {
+        style = projectStyle("groupTaskStyle");
+    } else {
+        KSTaskStatus current = status();
+        style = projectStyle(current == KSTaskStatusCompleted ? "completedTaskStyle"
+                             : current == KSTaskStatusPastDue ? "overdueTaskStyle"
+                                                              : "standardTaskStyle");
+    }
+    if (style) styles.push_back(style);
+    return styles;
+}
+
+// --- Change hooks -------------------------------------------------------------------------------
+
+bool KSTask::_hooksAreQuiet() const {
+    KSScenario* owner = scenario();
+    return flags_.isLoading || (owner && owner->isLevelingResources());
+}
+
+void KSTask::willChangeValueForKey(std::string_view key) {
+    if (_hooksAreQuiet()) return;
+    KSProjectItem::willChangeValueForKey(key);
+    if (key == "childrenSet") {
+        KSProjectItem* root = rootItem();
+        if (root && root != this) root->willChangeValueForKey("leafDescendentSet");
+    }
+}
+
+void KSTask::didChangeValueForKey(std::string_view key) {
+    if (_hooksAreQuiet()) return;
+    KSProjectItem::didChangeValueForKey(key);
+    if (key == "childrenSet") {
+        KSProjectItem* root = rootItem();
+        if (root && root != this) root->didChangeValueForKey("leafDescendentSet");
+    }
+}
+
+void KSTask::willChangeValueForKeyWithSetMutationUsingObjects(std::string_view key,
+                                                              KSKeyValueSetMutationKind kind,
+                                                              const KSArray& objects) {
+    if (_hooksAreQuiet()) return;
+    KSProjectItem::willChangeValueForKeyWithSetMutationUsingObjects(key, kind, objects);
+    if (key == "childrenSet") {
+        KSProjectItem* root = rootItem();
+        if (root && root != this) root->willChangeValueForKey("leafDescendentSet");
+    }
+}
+
+void KSTask::didChangeValueForKeyWithSetMutationUsingObjects(std::string_view key,
+                                                             KSKeyValueSetMutationKind kind,
+                                                             const KSArray& objects) {
+    if (_hooksAreQuiet()) return;
+    KSProjectItem::didChangeValueForKeyWithSetMutationUsingObjects(key, kind, objects);
+    if (key == "childrenSet") {
+        KSProjectItem* root = rootItem();
+        if (root && root != this) root->didChangeValueForKey("leafDescendentSet");
+    }
 }
 
 TMDifferenceEngine* KSTask::differenceEngine() const {
@@ -68,8 +580,222 @@ std::vector<std::string> KSTask::userDataKeys() const {
     return owner ? owner->taskUserDataKeys() : std::vector<std::string>();
 }
 
-std::string KSTask::subclassLocalizedTypeForUndo() const {
-    return KSLocalizedString("Task (for undo/redo only)", "Task");
+// --- Settings of the plan
+// ------------------------------------------------------------------------- The plan's anchor and
+// numbering settings are read by key, so that a plan without one of them behaves as the setting's
+// default does.
+
+bool KSTask::_planHasFixedEndDate() const {
+    std::optional<KSValue> value = settingForKey(scenario(), "hasFixedEndDate");
+    return value && value->boolValue();
+}
+
+bool KSTask::_planHasGenericDates() const {
+    std::optional<KSValue> value = settingForKey(scenario(), "hasGenericDates");
+    return value && value->boolValue();
+}
+
+bool KSTask::_planUsesFlatNumbering() const {
+    std::optional<KSValue> value = settingForKey(project(), "useFlatNumbering");
+    return value && value->boolValue();
+}
+
+double KSTask::_planDefaultTaskEffort() const {
+    KSScenario* owner = scenario();
+    return owner ? owner->defaultTaskEffortIgnorePrototype(false) : KSDefaultTaskEffort;
+}
+
+KSDateTime KSTask::_planStartDate() const {
+    std::optional<KSValue> value = settingForKey(scenario(), "startDate");
+    if (value && value->isDate()) return KSDateTime(value->asDate());
+    // Generic dates start on the first day of the calendar.
+    return KSDateTime(0, 0.0);
+}
+
+KSDateTime KSTask::_planEndDate() const {
+    std::optional<KSValue> value = settingForKey(scenario(), "endDate");
+    if (value && value->isDate()) return KSDateTime(value->asDate());
+    return KSDateTime(4, 86399.0);
+}
+
+void KSTask::_presentError(const std::string& message) const {
+    KSProject* owner = project();
+    KSDocumentProtocol* document = owner ? owner->document() : nullptr;
+    if (!document) return;
+    document->presentError(KSError::errorWithDescription("Kestrum", 1, message));
+}
+
+void KSTask::_setActionNameIfGrouped(std::string_view name) const {
+    KSUndoManager* um = undoManager();
+    if (um && um->groupingLevel() > 0) setUndoActionName(name);
+}
+
+void KSTask::_childrenTasks(KSTaskList& out) const {
+    if (!children()) return;
+    out.reserve(out.size() + children()->size());
+    for (const auto& child : *children())
+        out.push_back(std::static_pointer_cast<KSTask>(child));
+}
+
+// --- Issues -------------------------------------------------------------------------------------
+
+const std::vector<std::shared_ptr<KSIssue>>& KSTask::issues() const {
+    if (!flags_.issuesAreSorted) {
+        std::stable_sort(issues_.begin(), issues_.end(),
+                         [](const auto& a, const auto& b) { return a->compareByType(*b) < 0; });
+        const_cast<KSTask*>(this)->flags_.issuesAreSorted = 1;
+    }
+    return issues_;
+}
+
+namespace {
+void countOf(const KSIssue& issue, int* errors, int* warnings) {
+    if (issue.type() == KSIssueTypeError) ++*errors;
+    if (issue.type() == KSIssueTypeWarning) ++*warnings;
+}
+}  // namespace
+
+void KSTask::addIssue(const std::shared_ptr<KSIssue>& issue) {
+    if (!issue) return;
+    if (issue->shouldBeRegisteredForUndo()) {
+        registerUndo<KSTask>([issue](KSTask& t) { t.removeIssue(issue); });
+    }
+    willChangeValueForKey("issues");
+    flags_.issuesAreSorted = 0;
+    issue->setTask(this);
+    issues_.push_back(issue);
+    didChangeValueForKey("issues");
+    int errors = 0;
+    int warnings = 0;
+    countOf(*issue, &errors, &warnings);
+    if ((errors || warnings) && scenario()) scenario()->changeErrorsAndWarnings(errors, warnings);
+}
+
+void KSTask::removeIssue(const std::shared_ptr<KSIssue>& issue) {
+    auto it = std::find(issues_.begin(), issues_.end(), issue);
+    if (it == issues_.end()) return;
+    std::shared_ptr<KSIssue> keep = *it;
+    if (keep->shouldBeRegisteredForUndo()) {
+        registerUndo<KSTask>([keep](KSTask& t) { t.addIssue(keep); });
+    }
+    willChangeValueForKey("issues");
+    issues_.erase(it);
+    didChangeValueForKey("issues");
+    int errors = 0;
+    int warnings = 0;
+    countOf(*keep, &errors, &warnings);
+    if ((errors || warnings) && scenario()) scenario()->changeErrorsAndWarnings(-errors, -warnings);
+}
+
+void KSTask::removeIssuesOfKind(const std::optional<std::string>& kind) {
+    int errors = 0;
+    int warnings = 0;
+    for (std::size_t i = issues_.size(); i-- > 0;) {
+        std::shared_ptr<KSIssue> issue = issues_[i];
+        if (kind && issue->issueKind() != *kind) continue;
+        if (issue->shouldBeRegisteredForUndo()) {
+            registerUndo<KSTask>([issue](KSTask& t) { t.addIssue(issue); });
+        }
+        willChangeValueForKey("issues");
+        issues_.erase(issues_.begin() + static_cast<std::ptrdiff_t>(i));
+        didChangeValueForKey("issues");
+        countOf(*issue, &errors, &warnings);
+    }
+    if ((errors || warnings) && scenario()) scenario()->changeErrorsAndWarnings(-errors, -warnings);
+}
+
+bool KSTask::hasIssuesOfKind(const std::optional<std::string>& kind) const {
+    if (!kind) return !issues_.empty();
+    return std::any_of(issues_.begin(), issues_.end(),
+                       [&](const auto& issue) { return issue->issueKind() == *kind; });
+}
+
+void KSTask::addIssuesToArray(std::vector<std::shared_ptr<KSIssue>>& array) const {
+    const auto& own = issues();
+    array.insert(array.end(), own.begin(), own.end());
+    KSTaskList children;
+    _childrenTasks(children);
+    for (const auto& child : children)
+        child->addIssuesToArray(array);
+}
+
+void KSTask::countIssues(int* errors, int* warnings) const {
+    *errors = 0;
+    *warnings = 0;
+    for (const auto& issue : issues_)
+        countOf(*issue, errors, warnings);
+}
+
+// --- Links and assignments
+// ------------------------------------------------------------------------
+
+void KSTask::_addPrerequisite(const std::shared_ptr<KSDependency>& link) {
+    if (std::find(prerequisites_.begin(), prerequisites_.end(), link) != prerequisites_.end())
+        return;
+    willChangeValueForKey("prerequisites");
+    prerequisites_.push_back(link);
+    didChangeValueForKey("prerequisites");
+    prerequisiteLinkDidChange(*link);
+}
+
+void KSTask::_addDependent(const std::shared_ptr<KSDependency>& link) {
+    if (std::find(dependents_.begin(), dependents_.end(), link) != dependents_.end()) return;
+    willChangeValueForKey("dependents");
+    dependents_.push_back(link);
+    didChangeValueForKey("dependents");
+    dependentLinkDidChange(*link);
+}
+
+void KSTask::_removePrerequisite(const KSDependency& link) {
+    auto it = std::find_if(prerequisites_.begin(), prerequisites_.end(),
+                           [&](const auto& l) { return l.get() == &link; });
+    if (it == prerequisites_.end()) return;
+    std::shared_ptr<KSDependency> keep = *it;
+    willChangeValueForKey("prerequisites");
+    prerequisites_.erase(it);
+    didChangeValueForKey("prerequisites");
+    invalidateAbsoluteStartLimit();
+    invalidateCurrentStartLimit();
+}
+
+void KSTask::_removeDependent(const KSDependency& link) {
+    auto it = std::find_if(dependents_.begin(), dependents_.end(),
+                           [&](const auto& l) { return l.get() == &link; });
+    if (it == dependents_.end()) return;
+    std::shared_ptr<KSDependency> keep = *it;
+    willChangeValueForKey("dependents");
+    dependents_.erase(it);
+    didChangeValueForKey("dependents");
+    dependentLinkDidChange(link);
+}
+
+void KSTask::prerequisiteLinkDidChange(const KSDependency&) {
+    invalidateAbsoluteStartLimit();
+    invalidateCurrentStartLimit();
+    performSplitRejoining();
+}
+
+void KSTask::dependentLinkDidChange(const KSDependency&) {
+    invalidateAbsoluteEndLimit();
+    invalidateCurrentEndLimit();
+}
+
+void KSTask::recheckDependencies() {
+    // Loop detection belongs to the link checker; here only the flag is kept.
+    flags_.needToRecheckDependencies = 1;
+}
+
+void KSTask::_removeAllAssignments() {
+    if (assignments_.empty()) return;
+    auto old = assignments_;
+    registerUndo<KSTask>([old](KSTask& t) {
+        t.willChangeValueForKey("assignments");
+        t.assignments_ = old;
+        t.didChangeValueForKey("assignments");
+    });
+    willChangeValueForKey("assignments");
+    assignments_.clear();
+    didChangeValueForKey("assignments");
 }
 
 }  // namespace kestrum

@@ -1,73 +1,598 @@
-// KSTask: a task of the plan (shell).
+// KSTask: a task of the plan: a plain task, a milestone, a group or a hammock.
 //
-// This shell holds what the scenario's edit cycle needs of a task: the flag that puts a
-// task into the scenario's revalidation set once per cycle, the recompute entry point,
-// the undo-group pair, renumbering, the prototype flag and the critical-path root
-// reference. Dates, effort, links, assignments and the rest of the task arrive with the
-// task and scheduling code, which fills in the bodies marked "shell" below.
+// Tasks stand in a tree under the scenario's root task. A task becomes a group by getting
+// a child; a group keeps the totals of its children's effort, effort done, estimates and
+// cost, and learns of changes by differences (it never re-sums while editing). Numbers
+// are computed lazily: `numericalOrder` counts all tasks in outline order, `wbsNumber`
+// gives the hierarchical form. A split task holds its chunks as children and stays one
+// line of the outline.
+//
+// Every setter follows one order: return if unchanged; record the undo; name the action;
+// will-change; store; did-change; then the invalidations of the cached dates that the
+// field feeds. Dates are caches filled on reading and cleared by the invalidations,
+// which also mark the task for the scenario's next recomputation.
+//
+// The class is large and split by concern over several sources: KSTask.cpp (fields,
+// text, status, order), -Types (type changes), -Hierarchy (children, roll-up, gathering,
+// joining and leaving a plan), -Numbering, -Effort (effort and progress), -Dates
+// (caches, invalidations, recomputation), -Locks (locks and constraints), -Split, -Copy.
+//
+//   auto group = std::make_shared<KSTask>();
+//   scenario->rootTask()->addChildTask(group);
+//   auto task = std::make_shared<KSTask>();
+//   group->addChildTask(task);        // group->effort() now includes task->effort()
+//   task->setEffort(3 * 3600.0);      // "Set Effort"; the group's total follows
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_set>
+#include <vector>
 
 #include "Model/project/KSProjectItem.h"
+#include "Model/tasks/KSTaskEnums.h"
+#include "Model/worktime/KSDateTime.h"
+#include "Platform/xml/XMLArchiving.h"
 
 namespace kestrum {
 
+class HLStyle;
+class KSAssignment;
 class KSCriticalPath;
+class KSDependency;
+class KSIssue;
+class KSScheduling;
+class KSTask;
 
-class KSTask : public KSProjectItem {
+using KSTaskList = std::vector<std::shared_ptr<KSTask>>;
+using KSTaskPointerSet = std::unordered_set<const KSTask*>;
+
+// Posted before a task's cached dates are cleared; object: the task.
+extern const char* const KSTaskWillInvalidateDatesNotification;
+// Posted after a start lock was set or cleared; object: the task.
+extern const char* const KSTaskStartDateStateChangeNotification;  // "start date state change"
+// Posted after an end lock was set or cleared; object: the task.
+extern const char* const KSTaskEndDateStateChangeNotification;  // "end date state change"
+
+// The effort of a new task: eight hours, in seconds.
+inline constexpr double KSDefaultTaskEffort = 28800.0;
+// The largest effort a task takes, in seconds.
+inline constexpr double KSMaximumTaskEffort = 691200000.0;
+
+class KSTask : public KSProjectItem, public XMLArchiving {
     KS_DECLARE_CLASS()
 public:
+    // A plain task with the default effort, no title, number -1, outside any plan.
     KSTask();
     ~KSTask() override;
 
-    // --- Edit cycle ------------------------------------------------------------------------
-    // Marks the task for recomputation: with a scenario and not yet marked this cycle, it
-    // sets willRevalidateSchedule and hands itself to the scenario.
-    void _needsSchedulingRecomputation();
-    // Re-reads the task's dates; clears willRevalidateSchedule. Shell: no dates yet.
-    virtual void _recomputeScheduling();
-    // The scenario's undo group opened around edits of this task: split rejoining waits.
-    virtual void undoGroupDidOpen();
-    // The group is closing: with a scenario, split rejoining may run again.
-    virtual void undoGroupWillClose();
-    // Renumbers the outline below this task. Shell: no outline numbers yet.
-    virtual void recomputeNumericalOrder();
+    // --- Class-wide -------------------------------------------------------------------
+    // Whether split tasks show as groups to the outside; off by default.
+    static bool showSplitsAsGroups();
+    static void setShowSplitsAsGroups(bool flag);
+    // "kestrum://localhost<path>/task/<ids>" for the last task's document; null when that
+    // document has no file path.
+    static std::optional<std::string> urlForTasks(const KSTaskList& tasks);
 
-    // Whether the task waits in the scenario's revalidation set.
-    bool willRevalidateSchedule() const { return willRevalidateSchedule_; }
-    void setWillRevalidateSchedule(bool flag) { willRevalidateSchedule_ = flag; }
-    // Whether split rejoining is held back until the undo group closes.
-    bool delayingSplitRejoining() const { return delayingSplitRejoining_; }
+    // --- Type -------------------------------------------------------------------------
+    // The type; a split task answers task whatever is stored.
+    KSTaskType taskType() const;
+    // The type as stored.
+    KSTaskType storedTaskType() const { return taskType_; }
+    void setTaskType(KSTaskType type);
+    void setTaskTypeSplitTask(KSTaskType type, bool splitTask);
+    // The one door for a change of type or of split state (undoable, "Set Task Type").
+    // `splitChildren`, when given, become the chunks of a task that becomes split.
+    void setTaskTypeSplitTaskWithSplitChildren(KSTaskType type, bool splitTask,
+                                               const std::optional<KSTaskList>& splitChildren);
+    // The archive word of the type.
+    std::string taskTypeString() const;
+    // The localized type word; "Plan" for the root.
+    std::string localizedTaskTypeString() const;
+    // The localized plural; "Plans" for the root.
+    std::string localizedPluralTaskTypeString() const;
+    // Runs after a type change: refreshes the style and announces "scheduleType".
+    void taskTypeChanged();
+    // A split task is no group unless splits show as groups; otherwise a children list.
+    bool isGroup() const;
+    // Makes the task a group (true) or a plain task (false).
+    void setIsGroup(bool flag);
+    bool isMilestone() const { return taskType_ == taskTypeMilestone; }
+    bool isHammockTask() const { return taskType_ == taskTypeHammock; }
+    // Stored type task and not a chunk.
+    bool isStandardTask() const { return taskType_ == taskTypeTask && !flags_.isSplitChunk; }
+    // Whether the children list is non-empty.
+    bool hasChildren() const { return countOfChildren() > 0; }
+    bool isSplitTask() const { return isSplitTask_; }
+    bool isSplitChunk() const { return flags_.isSplitChunk; }
+    bool isNotSplitChunk() const { return !flags_.isSplitChunk; }
+    // May be split: the stored flag, and false for anything but a plain task.
+    bool isSplittableTask() const { return isSplittableTask_ && taskType() == taskTypeTask; }
+    void setIsSplittableTask(bool flag) { isSplittableTask_ = flag; }
+    // A plain task not locked at both ends.
+    bool allowDurationChange() const;
+    // False for a group, and for a chunk whose neighbours would make its progress
+    // inconsistent.
+    bool allowCompletionChange() const;
+    // A hammock needs one prerequisite aligned to its start and one to its end.
+    bool canBecomeHammock() const;
+    bool _hasBothStartAndEndPrerequisites() const;
     // A prototype is a template of new tasks and never scheduled.
-    bool isPrototype() const { return isPrototype_; }
-    void setIsPrototype(bool flag) { isPrototype_ = flag; }
-    // Whether the task is a milestone. Shell: task types arrive with the task core.
-    bool isMilestone() const { return false; }
+    bool isPrototype() const { return flags_.isPrototype; }
+    void setIsPrototype(bool flag) { flags_.isPrototype = flag; }
+    // Count in 3 bits, wrapping silently.
+    void beginEditing() override;
+    void endEditing() override;
+    int editingCount() const { return flags_.editingCount; }
 
-    // The critical path rooted at this task (not retained), or null.
-    KSCriticalPath* criticalPathRoot() const { return nonretainedCriticalPathRoot_; }
-    void setCriticalPathRoot(KSCriticalPath* path) { nonretainedCriticalPathRoot_ = path; }
-    // Told when a critical path through this task may have changed. Shell: nothing to do.
-    virtual void criticalPathMayHaveChanged() {}
-
-    // The title; null for the root. Shell: stored as given, with change notices.
-    std::optional<std::string> title() const override { return title_; }
+    // --- Text -------------------------------------------------------------------------
+    // For a chunk "<parent title> #<index + 1>"; otherwise the stored title.
+    std::optional<std::string> title() const override;
+    // Undoable ("Set Title") except for the first naming; a split task renames its chunks.
     void setTitle(const std::optional<std::string>& title) override;
+    // "<localized Task> <title>".
+    std::optional<std::string> objectDescription() const override;
+    // "<n>)" with flat numbering, else "<wbs>)".
+    std::string headingString() const;
+    // Announces new headings here, on the links and below.
+    void invalidateHeadingStrings();
+    // The hierarchical number: "0" for the root, "2.3" for the third child of the second.
+    std::string wbsNumber() const;
+    // The flat number ("%d").
+    std::string numericalOrderString() const;
+    // The number that shows: flat or hierarchical by the project's setting.
+    std::string positionalIDString() const;
+    // urlForTasks with this task alone.
+    std::optional<std::string> url() const;
+    // "<class> <pointer> <title>".
+    std::string shortDescription() const;
+    std::string description() const override { return shortDescription(); }
 
+    // --- Priority ---------------------------------------------------------------------
+    std::int32_t priority() const { return priority_; }
+    // Undoable ("Set Priority"); a split task passes it to its chunks first.
+    void setPriority(std::int32_t priority);
+    // The priority of a standard task; null for anything else.
+    KSValue priorityNumber() const;
+    // A null value sets 0.
+    void setPriorityNumber(const KSValue& number);
+
+    // --- Locks and constraints (KSTask-Locks.cpp) ---------------------------------------
+    // Whether the start is locked; a split task reads its first chunk.
+    bool isStartDateLocked() const;
+    // Locks the start where it stands (refused with a log line on a group).
+    void setIsStartDateLocked(bool flag);
+    // Whether the end is locked; a split task reads its last chunk.
+    bool isEndDateLocked() const;
+    // Locks the end where it stands (refused in silence on a group).
+    void setIsEndDateLocked(bool flag);
+    const KSDateTime& startLockedDate() const { return startLockedDate_; }
+    void setStartLockedDate(const KSDateTime& date);
+    const KSDateTime& endLockedDate() const { return endLockedDate_; }
+    void setEndLockedDate(const KSDateTime& date);
+    // The no-earlier-than slot: a date and the end it binds (start by default).
+    const KSDateTime& noEarlierThanConstraintDate() const { return noEarlierThanConstraintDate_; }
+    void setNoEarlierThanConstraintDate(const KSDateTime& date);
+    KSConstrainedTaskEnd noEarlierThanConstrainedTaskEnd() const { return noEarlierThanEnd_; }
+    void setNoEarlierThanConstrainedTaskEnd(KSConstrainedTaskEnd end);
+    // The no-later-than slot: a date and the end it binds (end by default).
+    const KSDateTime& noLaterThanConstraintDate() const { return noLaterThanConstraintDate_; }
+    void setNoLaterThanConstraintDate(const KSDateTime& date);
+    KSConstrainedTaskEnd noLaterThanConstrainedTaskEnd() const { return noLaterThanEnd_; }
+    void setNoLaterThanConstrainedTaskEnd(KSConstrainedTaskEnd end);
+    // Views of the two slots by the end they bind. A null given to a slot that holds the
+    // other end's constraint changes nothing.
+    KSDateTime startAfter() const;
+    void setStartAfter(const KSDateTime& date);
+    KSDateTime endAfter() const;
+    void setEndAfter(const KSDateTime& date);
+    KSDateTime startBefore() const;
+    void setStartBefore(const KSDateTime& date);
+    KSDateTime endBefore() const;
+    void setEndBefore(const KSDateTime& date);
+    // "Start no earlier than" or "End no earlier than Type" (localized).
+    std::string localizedNoEarlierThanConstraintTypeName() const;
+    // "Start no later than" or "End no later than Type" (localized).
+    std::string localizedNoLaterThanConstraintTypeName() const;
+    // Moves every stored date of the subtree by `days` when the plan's anchor moves.
+    void projectStartWillChangeBy(std::int64_t days);
+
+    // --- Status -----------------------------------------------------------------------
+    // Completed, or due against today (from the clock); none with generic dates.
+    KSTaskStatus status() const;
+    // "Status", "Status tool tip" and "Abridged Status".
+    KSDictionary statusDictionary() const;
+    // The end's day number minus today's.
+    std::int64_t daysUntilDue() const;
+    // A milestone below 1.0 done here or anywhere below.
+    bool _containsUncompletedMilestone() const;
+
+    // --- Life -------------------------------------------------------------------------
+    // A copy through the file form; with `includingSubtasks` the whole subtree.
+    std::shared_ptr<KSTask> copyIncludingSubtasks(bool includingSubtasks) const;
+    // A copy of this task alone.
+    std::shared_ptr<KSTask> copy() const { return copyIncludingSubtasks(false); }
+    // Writes the task into the element on top of `document`, with the children that
+    // `subset` holds (all with null) as nested "task" elements.
+    bool writeContentsXMLIncludingSubtasks(BKXMLDocument& document, const KSTaskPointerSet* subset,
+                                           KSBaseObject* attachmentArchiveContext, KSError* error);
+    // XMLArchiving: the task with all its subtasks.
+    bool writeContentsXML(BKXMLDocument& document, KSBaseObject* attachmentArchiveContext,
+                          KSError* error) override;
+    // Fills a new task from its element, as the file reader does: quietly, then re-summed.
+    bool readContentsXML(BKXMLCursor& cursor, KSBaseObject* attachmentArchiveContext,
+                         KSError* error) override;
+    std::string classXMLElementName() const override { return "task"; }
+    // Joins or leaves a plan: issue counts, links, assignments and the change engine.
+    void setScenario(KSScenario* scenario) override;
+    // Leaves the plan: links and assignments go first, then the tree, then the engine.
+    void deleteSelf() override;
+    void deleteTask() { deleteSelf(); }
+    // Deletes this task unless `keep` holds it; otherwise applies to the children, last
+    // first.
+    void _removeTasksAbsentFromSet(const KSTaskPointerSet& keep);
+    std::string subclassLocalizedTypeForUndo() const override;
+    KSResourceAssignmentType resourceAssignmentType() const { return resourceAssignmentType_; }
+    // Undoable ("Set Resource Assignment Type").
+    void setResourceAssignmentType(KSResourceAssignmentType type);
+    // Clears leveled dates, specific assignments and leveling issues of the tasks in
+    // `tasks` (null: all) in this subtree.
+    void clearLevelingForTasks(const KSTaskPointerSet* tasks);
+
+    // --- Order ------------------------------------------------------------------------
+    int compareByPosition(const KSTask& other) const;
+    // The same comparison as compareByPosition, not its reverse.
+    int compareByReversePosition(const KSTask& other) const;
+    int compareByStartDate(const KSTask& other) const;
+    int compareByEndDate(const KSTask& other) const;
+    int compareByEffort(const KSTask& other) const;
+    // Scheduling order: the plan's direction first, then higher priority, then position.
+    int compareByPriority(const KSTask& other) const;
+    int compareByReversePriority(const KSTask& other) const;
+    // The longer working span between the absolute limits first.
+    int compareByMostSlack(const KSTask& other) const;
+
+    // --- Styles -----------------------------------------------------------------------
+    // The project styles a task's style cascades from, by type and status.
+    std::vector<std::shared_ptr<HLStyle>> cascadeStyles() const;
+
+    // --- Children (KSTask-Hierarchy.cpp) -------------------------------------------------
+    void addChildTask(const std::shared_ptr<KSTask>& task);
+    void insertChildTaskAtIndex(const std::shared_ptr<KSTask>& task, std::size_t index);
+    // By identity; a task that is no child is ignored.
+    void removeChildTask(const std::shared_ptr<KSTask>& task);
+    void replaceChildTaskAtIndexWithTask(std::size_t index, const std::shared_ptr<KSTask>& task);
+    // Turns this task into a group when needed, rolls the child's totals up and
+    // invalidates only the dates the child can extend.
+    void insertObjectInChildrenAtIndex(const std::shared_ptr<KSProjectItem>& item,
+                                       std::size_t index) override;
+    // Rolls the child's totals out and invalidates the dates it may have set.
+    void removeObjectFromChildrenAtIndex(std::size_t index) override;
+    void replaceObjectInChildrenAtIndexWithObject(
+        std::size_t index, const std::shared_ptr<KSProjectItem>& item) override;
+    void _setParent(KSProjectItem* parent) override;
+    // The parent as a task.
+    KSTask* parentTask() const;
+    std::shared_ptr<KSTask> childTaskAtIndex(std::size_t index) const;
+    void childrenDidChange() override;
+    void positionDidChange() override;
+    // Set while the file reader fills the task; ending it re-sums a group.
+    bool isLoading() const { return flags_.isLoading; }
+    void setIsLoading(bool flag);
+
+    // --- Roll-up ------------------------------------------------------------------------
+    // A child's effort and effort done changed by these differences (seconds).
+    void _childDidChangeEffortAndDone(KSTask* child, double effortDelta, double doneDelta);
+    void _childDidChangeEstimateMinExpectedMax(KSTask* child, double minDelta, double expectedDelta,
+                                               double maxDelta);
+    void _childDidChangeStaticCost(KSTask* child, double delta);
+    double staticCost() const { return staticCost_; }
+    // Undoable ("Set Static Cost") on a task that is no group.
+    void setStaticCost(double cost);
+    void _internalSetStaticCost(double cost);
+
+    // --- Numbers (KSTask-Numbering.cpp) --------------------------------------------------
+    // The flat number; 0 for the root, renumbering first when the plan asks for it.
+    std::int32_t numericalOrder() const;
+    virtual void recomputeNumericalOrder();
+    // Numbers this subtree from `number`; answers the next free number.
+    std::int32_t _updateNumericalOrderWithNumberAncestorChangedPositionFlatMode(
+        std::int32_t number, bool ancestorChangedPosition, bool flatMode);
+
+    // --- Gathering ----------------------------------------------------------------------
+    void addDescendentsWithResourcesToArray(KSTaskList& array) const;
+    void addStandardTaskDescendentsToArray(KSTaskList& array) const;
+    void addStandardTaskAndMilestoneDescendentsToArray(KSTaskList& array) const;
+    void addLeafTasksToArray(KSTaskList& array) const;
+    // On the root, all leaf tasks; on any other task null.
+    std::optional<KSTaskList> leafDescendentSet() const;
+    KSTaskList milestones() const;
+    KSTaskList tasksWithName(const std::string& name) const;
+    KSTaskList unassignedTasks() const;
+    KSTaskList allTasksButSelf() const;
+
+    // --- Change hooks ---------------------------------------------------------------------
+    // Silent while loading or while the plan levels resources.
+    void willChangeValueForKey(std::string_view key) override;
+    void didChangeValueForKey(std::string_view key) override;
+    void willChangeValueForKeyWithSetMutationUsingObjects(std::string_view key,
+                                                          KSKeyValueSetMutationKind kind,
+                                                          const KSArray& objects) override;
+    void didChangeValueForKeyWithSetMutationUsingObjects(std::string_view key,
+                                                         KSKeyValueSetMutationKind kind,
+                                                         const KSArray& objects) override;
     TMDifferenceEngine* differenceEngine() const override;
     std::vector<std::string> userDataKeys() const override;
-    std::string subclassLocalizedTypeForUndo() const override;
     std::string idPrefix() const override { return "t"; }
+    std::string xmlElementName() const override { return "task"; }
+
+    // --- Effort and progress (KSTask-Effort.cpp) ------------------------------------------
+    // Seconds of work; the sum of the children for a group.
+    double effort() const { return effort_; }
+    // 0 when effort is 0 (the stored value is then a completed fraction).
+    double effortDone() const { return effort_ == 0.0 ? 0.0 : effortDone_; }
+    // The stored effort done, whatever the effort.
+    double storedEffortDone() const { return effortDone_; }
+    double effortRemaining() const { return effort_ == 0.0 ? 0.0 : effort_ - effortDone_; }
+    double minEffortEstimate() const { return minEffortEstimate_; }
+    double expectedEffortEstimate() const { return expectedEffortEstimate_; }
+    double maxEffortEstimate() const { return maxEffortEstimate_; }
+    // Rounds to whole seconds and caps at KSMaximumTaskEffort; refused on a group or
+    // below 0 with an error for the user.
+    void setEffort(double effort);
+    // The one place where effort is written and the dates follow.
+    void _internalChangeEffort(double effort);
+    void setMinEffortEstimate(double value);
+    void setExpectedEffortEstimate(double value);
+    void setMaxEffortEstimate(double value);
+    void _updateEffortFromEstimates();
+    // Progress in seconds (a fraction on a task of zero effort); ignored on a group.
+    void setEffortDone(double done);
+    // Effort remaining; refused on a group or below 0.
+    void setEffortRemaining(double remaining);
+    // The finished fraction; at most 0.99f while a milestone below is open.
+    double completed() const;
+    void setCompleted(double fraction);
+    long completedPercentage() const;
+    void setCompletedPercentage(long percentage);
+    bool fullyCompleted() const { return completed() == 1.0; }
+    void setFullyCompleted(bool flag) { setCompleted(flag ? 1.0 : 0.0); }
+    // The sum of stored done and the count of milestones in this subtree.
+    void _completedMilestones(double* doneSum, int* count) const;
+    // Working time between the dates with children or assignments, else the effort.
+    double duration() const;
+    // Refused on a group; measured in the plan's working time from the start.
+    void setDuration(double duration);
+    // Effort taken from dragging an end; refused when it would be negative.
+    void _setEffortBasedOnEndDate(const KSDateTime& date);
+    void _setEffortBasedOnStartDate(const KSDateTime& date);
+    // Cell wrappers: null on a milestone; a null value sets 0.
+    KSValue effortNumber() const;
+    void setEffortNumber(const KSValue& value);
+    KSValue durationNumber() const;
+    void setDurationNumber(const KSValue& value);
+    KSValue effortDoneNumber() const;
+    void setEffortDoneNumber(const KSValue& value);
+    KSValue effortRemainingNumber() const;
+    void setEffortRemainingNumber(const KSValue& value);
+
+    // --- Dates (KSTask-Dates.cpp) -------------------------------------------------------
+    // The stored schedule type; a group follows the plan's anchor.
+    KSScheduleType scheduleType() const;
+    void setScheduleType(KSScheduleType type);
+    bool isAsSoonAsPossible() const { return scheduleType() == scheduleTypeASAP; }
+    bool isAsLateAsPossible() const { return scheduleType() == scheduleTypeALAP; }
+    KSDateTime startDate();
+    KSDateTime endDate();
+    KSDateTime currentStartLimit();
+    KSDateTime currentEndLimit();
+    KSDateTime absoluteStartLimit();
+    KSDateTime absoluteEndLimit();
+    KSDateTime earliestPossibleEnd();
+    KSDateTime latestPossibleStart();
+    KSDateTime uncompletedStartDate();
+    // The task's own conversions between its ends through its schedule.
+    KSDateTime endDateForStartDate(const KSDateTime& start);
+    KSDateTime startDateForEndDate(const KSDateTime& end);
+    // The work-time arithmetic of the task: its assignments', else the plan's.
+    KSScheduling* schedule() const;
+    // The plan's own work time (standard hours until a plan calendar is set).
+    KSScheduling* scenarioSchedule() const;
+    const KSDateTime& resourceLeveledDate() const { return resourceLeveledDate_; }
+    void setResourceLeveledDate(const KSDateTime& date);
+    double resourceLevelingDelay() const { return resourceLevelingDelay_; }
+    bool hasAbsoluteStartLimitChanged() const { return flags_.absoluteStartLimitDidChange; }
+    bool hasAbsoluteEndLimitChanged() const { return flags_.absoluteEndLimitDidChange; }
+    void resetAbsoluteLimitChangeFlags();
+    // Invalidations: clear the cache, mark the task, walk outward; an empty cache stops.
+    void invalidateAbsoluteStartLimit();
+    void invalidateAbsoluteEndLimit();
+    void invalidateEarliestPossibleEnd();
+    void invalidateLatestPossibleStart();
+    void invalidateCurrentStartLimit();
+    void invalidateCurrentEndLimit();
+    void invalidateStartDate();
+    void invalidateEndDate();
+    void invalidateAllDates();
+
+    // --- Edit cycle -----------------------------------------------------------------------
+    // Marks the task for recomputation once per cycle (not for prototypes or outside a plan).
+    void _needsSchedulingRecomputation();
+    // Fills the caches again and announces the dates.
+    virtual void _recomputeScheduling();
+    // Settles the plan's dates at once.
+    void flushQueuedChanges();
+    virtual void undoGroupDidOpen();
+    virtual void undoGroupWillClose();
+    bool willRevalidateSchedule() const { return flags_.willRevalidateSchedule; }
+    void setWillRevalidateSchedule(bool flag) { flags_.willRevalidateSchedule = flag; }
+    bool delayingSplitRejoining() const { return flags_.delayingSplitRejoining; }
+    KSCriticalPath* criticalPathRoot() const { return nonretainedCriticalPathRoot_; }
+    void setCriticalPathRoot(KSCriticalPath* path) { nonretainedCriticalPathRoot_ = path; }
+    // Told when a critical path through this task may have changed.
+    virtual void criticalPathMayHaveChanged() {}
+
+    // --- Splitting (KSTask-Split.cpp) -----------------------------------------------------
+    KSTask* nextSplitChunk() const;
+    KSTask* previousSplitChunk() const;
+    // Holds rejoining back until the open undo group closes.
+    void delaySplitRejoining();
+    void performSplitRejoining();
+    void enableSplitRejoining();
+    void _performSplitRejoiningPreviouslyDelayed(bool previouslyDelayed);
+    // Puts the chunks in start order.
+    void _performSplitOrdering();
+    void willChangeSplitChunkiness();
+    void didChangeSplitChunkiness();
+    void _becomeSplitChunk();
+    void _notSplitChunk();
+
+    // --- Links ----------------------------------------------------------------------------
+    const std::vector<std::shared_ptr<KSDependency>>& prerequisites() const {
+        return prerequisites_;
+    }
+    const std::vector<std::shared_ptr<KSDependency>>& dependents() const { return dependents_; }
+    void _addPrerequisite(const std::shared_ptr<KSDependency>& link);
+    void _addDependent(const std::shared_ptr<KSDependency>& link);
+    void _removePrerequisite(const KSDependency& link);
+    void _removeDependent(const KSDependency& link);
+    // A link into this task was added or changed.
+    void prerequisiteLinkDidChange(const KSDependency& link);
+    // A link out of this task was added, changed or removed.
+    void dependentLinkDidChange(const KSDependency& link);
+    // Checks the links after the tree changed (loops are found by the link checker).
+    void recheckDependencies();
+
+    // --- Assignments ----------------------------------------------------------------------
+    const std::vector<std::shared_ptr<KSAssignment>>& assignments() const { return assignments_; }
+    bool hasAssignments() const { return !assignments_.empty(); }
+    // Removes every assignment (undoable).
+    void _removeAllAssignments();
+
+    // --- Issues -----------------------------------------------------------------------------
+    // Sorted by type (errors first) on reading.
+    const std::vector<std::shared_ptr<KSIssue>>& issues() const;
+    // Adds `issue` and counts it in the plan's errors or warnings.
+    void addIssue(const std::shared_ptr<KSIssue>& issue);
+    void removeIssue(const std::shared_ptr<KSIssue>& issue);
+    // Removes every issue of `kind` (all with null), last first; the counts go to the
+    // plan in one call.
+    void removeIssuesOfKind(const std::optional<std::string>& kind);
+    bool hasIssuesOfKind(const std::optional<std::string>& kind) const;
+    // Own issues, then the children's, depth first.
+    void addIssuesToArray(std::vector<std::shared_ptr<KSIssue>>& array) const;
+    // How many of the task's own issues are errors and warnings.
+    void countIssues(int* errors, int* warnings) const;
 
 private:
+    struct Flags {
+        unsigned isPrototype : 1 = 0;
+        unsigned isSplitChunk : 1 = 0;
+        unsigned needToRecheckDependencies : 1 = 0;
+        unsigned hasEndingPrerequisites : 1 = 0;
+        unsigned issuesAreSorted : 1 = 0;
+        unsigned editingCount : 3 = 0;
+        unsigned isLoading : 1 = 0;
+        unsigned startMark : 2 = 0;
+        unsigned endMark : 2 = 0;
+        unsigned willRevalidateSchedule : 1 = 0;
+        unsigned levelingStartLimitIsValid : 1 = 0;
+        unsigned levelingEndLimitIsValid : 1 = 0;
+        unsigned absoluteStartLimitDidChange : 1 = 0;
+        unsigned absoluteEndLimitDidChange : 1 = 0;
+        unsigned delayingSplitRejoining : 1 = 0;
+        unsigned implicitlyEditingUnits : 1 = 0;
+        unsigned balancingSplitEfforts : 1 = 0;
+        unsigned positionDidChange : 1 = 0;
+        unsigned alreadySentDatesChangedNotification : 1 = 0;
+        unsigned updatingEstimates : 1 = 0;
+    };
+
+    // A group holds its children's totals; a split task holds its chunks' but is no group.
+    bool _isGroupTask() const { return KSProjectItem::isGroup() && !isSplitTask_; }
+    bool _isUndoingOrRedoing() const;
+    // Settings of the plan, read by key so that absent settings give their defaults.
+    bool _planHasFixedEndDate() const;
+    bool _planHasGenericDates() const;
+    bool _planUsesFlatNumbering() const;
+    double _planDefaultTaskEffort() const;
+    KSDateTime _planStartDate() const;
+    KSDateTime _planEndDate() const;
+
+    // Reports a user error to the document.
+    void _presentError(const std::string& message) const;
+    // Names the open undo group only when one is open.
+    void _setActionNameIfGrouped(std::string_view name) const;
+    // Stores an estimate with its undo and roll-up.
+    // Stores an estimate with its undo and roll-up; false when unchanged.
+    bool _storeEstimate(double KSTask::*field, double value, std::string_view key,
+                        void (KSTask::*setter)(double));
+    // Keeps the other estimates and the effort in step after one estimate changed.
+    void _estimateDidChange(std::string_view actionName);
+    double _effortMultiplier(std::string_view key, double fallback) const;
+    void _childrenTasks(KSTaskList& out) const;
+    void _changeInformationFromProjectToProject(KSScenario* oldScenario, KSScenario* newScenario);
+    void _recursiveDisconnectFromProject();
+    void _recursiveWillRemoveFromProject(KSScenario* scenario);
+    void _redistributeSplitDone();
+    void _announceDatesAfterRecompute();
+    bool _hooksAreQuiet() const;
+    void _postWillInvalidateDates();
+    void _changeTypeLeavingGroupOrSplit(KSTaskType type, bool wasSplit, bool resetEffort);
+    void _becomeGroup(bool wasSplit, bool splitTask);
+    void _becomeSplit(const std::optional<KSTaskList>& splitChildren);
+    void _changeSplitState(bool splitTask);
+    void _unlockBothEnds();
+    KSDateTime _normalizedNoEarlierDate();
+    KSDateTime _normalizedNoLaterDate();
+    KSDateTime _currentStartLimitIgnoringDependencies();
+    KSDateTime _currentEndLimitIgnoringDependencies();
+
     std::optional<std::string> title_;
+    std::int32_t numericalOrder_ = -1;
+    std::int32_t priority_ = 0;
+    KSTaskType taskType_ = taskTypeTask;
+    double effort_ = KSDefaultTaskEffort;
+    double effortDone_ = 0.0;
+    double minEffortEstimate_ = KSDefaultTaskEffort;
+    double expectedEffortEstimate_ = KSDefaultTaskEffort;
+    double maxEffortEstimate_ = KSDefaultTaskEffort;
+    double fixedDuration_ = 0.0;
+    double resourceLevelingDelay_ = 0.0;
     KSCriticalPath* nonretainedCriticalPathRoot_ = nullptr;
-    bool willRevalidateSchedule_ = false;
-    bool delayingSplitRejoining_ = false;
-    bool isPrototype_ = false;
+    std::vector<std::shared_ptr<KSDependency>> prerequisites_;
+    std::vector<std::shared_ptr<KSDependency>> dependents_;
+    std::vector<std::shared_ptr<KSAssignment>> assignments_;
+    KSDateTime resourceLeveledDate_;
+    KSDateTime startLockedDate_;
+    KSDateTime endLockedDate_;
+    KSDateTime noEarlierThanConstraintDate_;
+    KSConstrainedTaskEnd noEarlierThanEnd_ = KSConstrainedTaskEndStart;
+    KSDateTime noLaterThanConstraintDate_;
+    KSConstrainedTaskEnd noLaterThanEnd_ = KSConstrainedTaskEndEnd;
+    KSDateTime startDate_;
+    KSDateTime endDate_;
+    KSDateTime earliestPossibleEnd_;
+    KSDateTime latestPossibleStart_;
+    KSDateTime currentStartLimit_;
+    KSDateTime currentStartLimitExcludingOppositeScheduling_;
+    KSDateTime currentEndLimit_;
+    KSDateTime absoluteStartLimit_;
+    KSDateTime absoluteEndLimit_;
+    KSDateTime levelingStartLimit_;
+    KSDateTime levelingEndLimit_;
+    KSDateTime uncompletedStartDate_;
+    KSScheduleType scheduleType_ = scheduleTypeASAP;
+    bool isSplitTask_ = false;
+    bool isSplittableTask_ = true;
+    KSResourceAssignmentType resourceAssignmentType_ = KSResourceAssignmentFixedEffort;
+    double staticCost_ = 0.0;
+    Flags flags_;
+    KSTask* nonretainedStartTraversal_ = nullptr;
+    KSDependency* nonretainedEndTraversal_ = nullptr;
+    mutable std::vector<std::shared_ptr<KSIssue>> issues_;
 };
 
 }  // namespace kestrum

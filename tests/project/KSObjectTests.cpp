@@ -26,6 +26,8 @@ protected:
         project->setTaskUserDataKeys({"Owner", "Code"});
         task = addTask("T");
         drain();
+        // Joining the plan is itself recorded; each test starts from a clean change set.
+        scenario->taskDifferenceEngine()->discardChanges();
     }
     // What the task engine was told about `task` since the last discard.
     std::vector<TMDifferenceEngine::EventKind> engineEvents() {

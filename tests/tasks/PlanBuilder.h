@@ -1,0 +1,152 @@
+// A small plan for task tests: a document with its undo manager, a project with one
+// scenario, and helpers that build nested tasks by title. Later suites copy it.
+//
+//   PlanTest: auto g = group("G"); auto a = task("A", g, 8.0); drain();
+//
+// The project and the scenario carry the plan settings the task reads by key
+// ("useFlatNumbering", "hasGenericDates", "hasFixedEndDate"), so tests can set them.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Model/project/KSDocumentProtocol.h"
+#include "Model/project/KSProject.h"
+#include "Model/project/KSScenario.h"
+#include "Model/tasks/KSTask.h"
+#include "Platform/core/KSError.h"
+#include "Platform/core/KSRunLoop.h"
+#include "Platform/core/KSUndoManager.h"
+
+namespace kestrum::test {
+
+// The application's side: an undo manager, a file location and the presented errors.
+class PlanDocument : public KSDocumentProtocol {
+public:
+    KSUndoManager* undoManager() override { return undo.get(); }
+    std::optional<std::string> fileURL() const override { return file; }
+    std::optional<std::string> savingToURL() const override { return std::nullopt; }
+    void presentError(const KSError& error) override { errors.push_back(error); }
+    void setShowHeadingNumbers(bool) override {}
+    void resourceLoadSubscriptionFlagDidChange() override {}
+
+    std::shared_ptr<KSUndoManager> undo = std::make_shared<KSUndoManager>();
+    std::optional<std::string> file;
+    std::vector<KSError> errors;
+};
+
+// A project with the numbering setting.
+class PlanProject : public KSProject {
+    KS_DECLARE_CLASS()
+public:
+    explicit PlanProject(KSDocumentProtocol* document) : KSProject(document) {}
+    bool useFlatNumbering() const { return useFlatNumbering_; }
+    void setUseFlatNumbering(bool flag) { useFlatNumbering_ = flag; }
+
+private:
+    bool useFlatNumbering_ = false;
+};
+
+inline const KSClassInfo& PlanProject::staticClassInfo() {
+    static const KSClassInfo info = KSClassInfo::make<PlanProject>(
+        "PlanProject", &KSProject::staticClassInfo(), [](KSClassBuilder<PlanProject>& b) {
+            b.attribute("useFlatNumbering", &PlanProject::useFlatNumbering,
+                        &PlanProject::setUseFlatNumbering);
+        });
+    return info;
+}
+
+// A scenario with the anchor settings.
+class PlanScenario : public KSScenario {
+    KS_DECLARE_CLASS()
+public:
+    bool hasGenericDates() const { return hasGenericDates_; }
+    void setHasGenericDates(bool flag) { hasGenericDates_ = flag; }
+    bool hasFixedEndDate() const { return hasFixedEndDate_; }
+    void setHasFixedEndDate(bool flag) { hasFixedEndDate_ = flag; }
+
+private:
+    bool hasGenericDates_ = false;
+    bool hasFixedEndDate_ = false;
+};
+
+inline const KSClassInfo& PlanScenario::staticClassInfo() {
+    static const KSClassInfo info = KSClassInfo::make<PlanScenario>(
+        "PlanScenario", &KSScenario::staticClassInfo(), [](KSClassBuilder<PlanScenario>& b) {
+            b.attribute("hasGenericDates", &PlanScenario::hasGenericDates,
+                        &PlanScenario::setHasGenericDates);
+            b.attribute("hasFixedEndDate", &PlanScenario::hasFixedEndDate,
+                        &PlanScenario::setHasFixedEndDate);
+        });
+    return info;
+}
+
+class PlanTest : public ::testing::Test {
+protected:
+    static constexpr double kHour = 3600.0;
+
+    void SetUp() override {
+        project = std::make_shared<PlanProject>(&document);
+        scenario = std::make_shared<PlanScenario>();
+        project->addScenario(scenario);
+        drain();
+    }
+    void TearDown() override {
+        project->invalidate();
+        drain();
+    }
+
+    // Runs the event loop until nothing is left, closing the undo group.
+    static void drain() {
+        KSRunLoop::current().runUntilIdle();
+        KSRunLoop::current().runOnce();
+    }
+    KSTask& root() { return *scenario->rootTask(); }
+    KSUndoManager& undo() { return *document.undo; }
+
+    // A plain task appended to `parent` (the root by default); with `hours`, that effort.
+    std::shared_ptr<KSTask> task(const std::string& title,
+                                 const std::shared_ptr<KSTask>& parent = nullptr,
+                                 std::optional<double> hours = std::nullopt) {
+        auto t = std::make_shared<KSTask>();
+        t->setTitle(title);
+        (parent ? *parent : root()).addChildTask(t);
+        if (hours) t->setEffort(*hours * kHour);
+        return t;
+    }
+    // An empty group appended to `parent`.
+    std::shared_ptr<KSTask> group(const std::string& title,
+                                  const std::shared_ptr<KSTask>& parent = nullptr) {
+        auto g = task(title, parent);
+        g->setIsGroup(true);
+        return g;
+    }
+    // A milestone appended to `parent`.
+    std::shared_ptr<KSTask> milestone(const std::string& title,
+                                      const std::shared_ptr<KSTask>& parent = nullptr) {
+        auto m = task(title, parent);
+        m->setTaskType(taskTypeMilestone);
+        return m;
+    }
+
+    PlanDocument document;
+    std::shared_ptr<PlanProject> project;
+    std::shared_ptr<PlanScenario> scenario;
+};
+
+// Counts will/did notices of the keys it observes, in order.
+class NoticeRecorder : public KSBaseObject {
+public:
+    void observeValueForKeyPathOfObjectChangeContext(std::string_view keyPath, KSBaseObject*,
+                                                     const KSKeyValueChange& change,
+                                                     const void*) override {
+        notices.push_back((change.isPrior ? "will:" : "did:") + std::string(keyPath));
+    }
+    std::vector<std::string> notices;
+};
+
+}  // namespace kestrum::test
