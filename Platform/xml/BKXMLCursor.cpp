@@ -1,0 +1,65 @@
+#include "Platform/xml/BKXMLCursor.h"
+
+#include "Platform/xml/BKXMLDocument.h"
+#include "Platform/xml/BKXMLFunctions.h"
+#include "Platform/xml/BKXMLPrivate.h"
+
+namespace kestrum {
+
+BKXMLCursor::BKXMLCursor(const BKXMLDocument& document)
+    : document_(const_cast<BKXMLDocument*>(&document)),
+      root_(document.rootElement().internalNode()),
+      current_(root_),
+      next_(bkxml::firstChildOf(root_, document_)) {}
+
+BKXMLElement BKXMLCursor::currentElement() const {
+    return BKXMLElement(current_, document_);
+}
+
+std::string_view BKXMLCursor::name() const {
+    return currentElement().name();
+}
+
+std::optional<std::string_view> BKXMLCursor::attributeNamed(std::string_view name) const {
+    return currentElement().attributeNamed(name);
+}
+
+BKXMLChildRange BKXMLCursor::children() const {
+    return currentElement().children();
+}
+
+BKXMLNode BKXMLCursor::nextChild() {
+    BKXMLNode child = next_;
+    if (child.isNull()) return child;
+    next_ = bkxml::nextSiblingOf(child);
+    lastConsumed_ = child;
+    return child;
+}
+
+bool BKXMLCursor::openElement() {
+    if (!lastConsumed_.isElement()) return false;
+    current_ = lastConsumed_.internalNode();
+    next_ = bkxml::firstChildOf(current_, document_);
+    lastConsumed_ = BKXMLNode();
+    ++depth_;
+    return true;
+}
+
+bool BKXMLCursor::closeElement() {
+    if (current_ == root_ || depth_ == 0) return false;
+    BKXMLNode left(current_, document_, false);
+    next_ = bkxml::nextSiblingOf(left);
+    lastConsumed_ = left;
+    current_ = bkxml::structOf(bkxml::nodeOf(current_).parent());
+    --depth_;
+    return true;
+}
+
+bool BKXMLCursor::openNextChildElementNamed(std::string_view name) {
+    BKXMLElement element = SkipToNextChildElement(*this);
+    if (!element || element.name() != name) return false;
+    nextChild();
+    return openElement();
+}
+
+}  // namespace kestrum

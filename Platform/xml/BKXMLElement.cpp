@@ -1,0 +1,162 @@
+#include "Platform/xml/BKXMLElement.h"
+
+#include "Platform/core/KSNumberText.h"
+#include "Platform/xml/BKXMLComment.h"
+#include "Platform/xml/BKXMLDocument.h"
+#include "Platform/xml/BKXMLPrivate.h"
+
+namespace kestrum {
+
+using bkxml::nodeOf;
+
+namespace {
+
+pugi::xml_attribute findAttribute(pugi::xml_node node, std::string_view name) {
+    for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
+        if (bkxml::nameEquals(a.name(), name)) return a;
+    }
+    return pugi::xml_attribute();
+}
+
+// Comments are never read back; their line breaks are normalised so that a carriage
+// return does not need a character reference, which a comment cannot hold.
+std::string commentText(std::string_view text) {
+    std::string storage;
+    std::string_view clean = bkxml::sanitizedText(text, storage);
+    std::string result;
+    result.reserve(clean.size());
+    for (std::size_t i = 0; i < clean.size(); ++i) {
+        if (clean[i] != '\r') {
+            result += clean[i];
+        } else if (i + 1 >= clean.size() || clean[i + 1] != '\n') {
+            result += '\n';
+        }
+    }
+    return result;
+}
+
+}  // namespace
+
+std::string_view BKXMLElement::name() const {
+    if (!node_) return {};
+    return nodeOf(node_).name();
+}
+
+std::optional<std::string_view> BKXMLElement::attributeNamed(std::string_view name) const {
+    if (!node_) return std::nullopt;
+    pugi::xml_attribute a = findAttribute(nodeOf(node_), name);
+    if (!a) return std::nullopt;
+    return std::string_view(a.value());
+}
+
+bool BKXMLElement::removeAttributeNamed(std::string_view name) {
+    if (!node_) return false;
+    pugi::xml_node node = nodeOf(node_);
+    pugi::xml_attribute a = findAttribute(node, name);
+    return a && node.remove_attribute(a);
+}
+
+std::vector<std::pair<std::string_view, std::string_view>> BKXMLElement::attributes() const {
+    std::vector<std::pair<std::string_view, std::string_view>> result;
+    if (!node_) return result;
+    for (pugi::xml_attribute a = nodeOf(node_).first_attribute(); a; a = a.next_attribute()) {
+        result.emplace_back(a.name(), a.value());
+    }
+    return result;
+}
+
+void BKXMLElement::setAttributeString(std::string_view name, std::string_view value) {
+    if (!node_) return;
+    std::string nameStorage, valueStorage;
+    std::string_view cleanName = bkxml::sanitizedName(name, nameStorage);
+    std::string_view cleanValue = bkxml::sanitizedText(value, valueStorage);
+    pugi::xml_node node = nodeOf(node_);
+    pugi::xml_attribute a = findAttribute(node, cleanName);
+    if (!a) a = node.append_attribute(bkxml::NameBuffer(cleanName).c_str());
+    a.set_value(cleanValue.data(), cleanValue.size());
+}
+
+void BKXMLElement::setAttributeInteger(std::string_view name, std::int64_t value) {
+    setAttributeString(name, KSStringFromInteger(value));
+}
+
+void BKXMLElement::setAttributeReal(std::string_view name, float value) {
+    setAttributeString(name, KSStringFromFloat(value));
+}
+
+void BKXMLElement::setAttributeDouble(std::string_view name, double value) {
+    setAttributeString(name, KSStringFromDouble(value));
+}
+
+BKXMLElement BKXMLElement::appendElement(std::string_view name) {
+    if (!node_) return BKXMLElement();
+    std::string storage;
+    std::string_view cleanName = bkxml::sanitizedName(name, storage);
+    pugi::xml_node child = nodeOf(node_).append_child(bkxml::NameBuffer(cleanName).c_str());
+    return BKXMLElement(child.internal_object(), document_);
+}
+
+void BKXMLElement::appendString(std::string_view text) {
+    // An empty run of text writes nothing; leaving it out saves a node.
+    if (!node_ || text.empty()) return;
+    std::string storage;
+    std::string_view clean = bkxml::sanitizedText(text, storage);
+    nodeOf(node_).append_child(pugi::node_pcdata).set_value(clean.data(), clean.size());
+}
+
+void BKXMLElement::appendChild(const BKXMLComment& comment) {
+    if (!node_) return;
+    std::string text = commentText(comment.string());
+    nodeOf(node_).append_child(pugi::node_comment).set_value(text.data(), text.size());
+}
+
+BKXMLElement BKXMLElement::appendChild(const BKXMLElement& element) {
+    if (!node_ || !element.node_) return BKXMLElement();
+    pugi::xml_node copy = nodeOf(node_).append_copy(nodeOf(element.node_));
+    return BKXMLElement(copy.internal_object(), document_);
+}
+
+BKXMLChildRange BKXMLElement::children() const {
+    return BKXMLChildRange(bkxml::firstChildOf(node_, document_));
+}
+
+BKXMLElement BKXMLElement::firstChildNamed(std::string_view name) const {
+    for (BKXMLNode child : children()) {
+        if (child.isElement() && bkxml::nameEquals(nodeOf(child.internalNode()).name(), name)) {
+            return child.element();
+        }
+    }
+    return BKXMLElement();
+}
+
+BKXMLNode BKXMLElement::lastChild() const {
+    if (!node_) return BKXMLNode();
+    pugi::xml_node child = nodeOf(node_).last_child();
+    while (child && bkxml::isHidden(child, document_))
+        child = child.previous_sibling();
+    if (child) return BKXMLNode(child.internal_object(), document_, false);
+    // No visible child node: the embedded text, when it is shown, is the last child.
+    BKXMLNode first = bkxml::firstChildOf(node_, document_);
+    return first.isEmbeddedText() ? first : BKXMLNode();
+}
+
+BKXMLElement BKXMLElement::parent() const {
+    if (!node_) return BKXMLElement();
+    pugi::xml_node p = nodeOf(node_).parent();
+    if (!p || p.type() != pugi::node_element) return BKXMLElement();
+    return BKXMLElement(p.internal_object(), document_);
+}
+
+void BKXMLElement::setIgnoreUnlessReferenced(bool ignoreUnlessReferenced) {
+    if (node_ && document_) document_->setNodeIgnoreUnlessReferenced(node_, ignoreUnlessReferenced);
+}
+
+void BKXMLElement::markAsReferenced() {
+    if (node_ && document_) document_->markNodeAsReferenced(node_);
+}
+
+bool BKXMLElement::shouldIgnore() const {
+    return node_ && document_ && document_->isIgnoredNode(node_);
+}
+
+}  // namespace kestrum

@@ -1,0 +1,89 @@
+// Internals shared by the XML layer's sources: conversions between the layer's handles
+// and pugixml, and the text checks applied to everything written into a document.
+// Not part of the public interface; only the layer's .cpp files include it.
+#pragma once
+
+#include <pugixml.hpp>
+
+#include <bit>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+namespace kestrum::bkxml {
+
+// pugixml's handle is exactly its node pointer, but its constructor and internal_object()
+// are out-of-line calls into the shared library; on the cursor's hot path a bit cast does
+// the same for free.
+static_assert(sizeof(pugi::xml_node) == sizeof(pugi::xml_node_struct*) &&
+              std::is_trivially_copyable_v<pugi::xml_node>);
+inline pugi::xml_node nodeOf(pugi::xml_node_struct* node) {
+    return std::bit_cast<pugi::xml_node>(node);
+}
+inline pugi::xml_node_struct* structOf(pugi::xml_node node) {
+    return std::bit_cast<pugi::xml_node_struct*>(node);
+}
+
+inline bool isXMLSpace(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+
+inline bool isWhitespaceOnly(const char* text) {
+    for (; *text; ++text) {
+        if (!isXMLSpace(*text)) return false;
+    }
+    return true;
+}
+
+// Whether a null-terminated name equals `wanted`, without measuring the name first.
+inline bool nameEquals(const char* name, std::string_view wanted) {
+    return std::strncmp(name, wanted.data(), wanted.size()) == 0 && name[wanted.size()] == 0;
+}
+
+// A null-terminated copy of a short name, on the stack when it fits.
+class NameBuffer {
+public:
+    explicit NameBuffer(std::string_view name) {
+        if (name.size() < sizeof small_) {
+            std::memcpy(small_, name.data(), name.size());
+            small_[name.size()] = 0;
+            text_ = small_;
+        } else {
+            large_.assign(name);
+            text_ = large_.c_str();
+        }
+    }
+    const char* c_str() const { return text_; }
+
+private:
+    char small_[64];
+    std::string large_;
+    const char* text_;
+};
+
+// Text as XML 1.0 can hold it: malformed UTF-8 becomes U+FFFD, control characters
+// other than tab, line feed and carriage return are dropped, as are the non-characters
+// U+FFFE and U+FFFF. Answers `text` itself (no copy) when nothing needs changing, else
+// fills `storage` and answers a view of it.
+std::string_view sanitizedText(std::string_view text, std::string& storage);
+// A valid XML name made from `name`: characters a name cannot hold become '_', and a
+// name that cannot start as it does gets a leading '_'. Logs when it changes anything.
+std::string_view sanitizedName(std::string_view name, std::string& storage);
+
+}  // namespace kestrum::bkxml
+
+#include "Platform/xml/BKXMLNode.h"
+
+namespace kestrum::bkxml {
+
+// Whether a child is passed over: an element to be written only when referenced that was
+// not, or whitespace-only text where the whitespace behaviour makes it layout.
+bool isHidden(pugi::xml_node node, BKXMLDocument* document);
+// The first child of an element as the layer presents it (embedded text first), passing
+// over elements that are to be written only when referenced and were not.
+BKXMLNode firstChildOf(pugi::xml_node_struct* element, BKXMLDocument* document);
+// The child after `node`, with the same rules.
+BKXMLNode nextSiblingOf(const BKXMLNode& node);
+
+}  // namespace kestrum::bkxml
