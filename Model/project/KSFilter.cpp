@@ -1,6 +1,6 @@
 #include "Model/project/KSFilter.h"
 
-#include "Platform/core/KSUUID.h"
+#include "Platform/xml/BKXMLFunctions.h"
 
 namespace kestrum {
 
@@ -32,8 +32,8 @@ const KSClassInfo& KSFilter::staticClassInfo() {
     return info;
 }
 
-// The identifier has the form of the file's element identifiers: a UUID string.
-KSFilter::KSFilter() : filterId_(KSUUIDString()), name_(filterId_) {}
+// Filter ids are the file's element identifiers.
+KSFilter::KSFilter() : filterId_(BKXMLCreateID()), name_(filterId_) {}
 KSFilter::~KSFilter() = default;
 
 std::shared_ptr<KSFilter> KSFilter::filterWithPredicate(KSPredicatePtr predicate) {

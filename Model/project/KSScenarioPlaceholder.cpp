@@ -9,8 +9,15 @@
 #include "Platform/core/KSLocalization.h"
 #include "Platform/core/KSLog.h"
 #include "Platform/core/KSUndoManager.h"
+#include "Platform/xml/BKXMLCursor.h"
+#include "Platform/xml/BKXMLDocument.h"
+#include "Platform/xml/BKXMLWhitespaceBehavior.h"
 
 namespace kestrum {
+
+// The host is ours to choose; readers compare the path.
+const char* const KSProjectFileXMLNamespace = "http://kestrum.invalid/namespace/Kestrum/v2";
+const char* const KSScenarioXMLRootElementName = "scenario";
 
 namespace {
 
@@ -27,8 +34,8 @@ KSScenarioXMLWriter& installedWriter() {
 KSError coderMissingError() {
     return KSError::errorWithDescription(
         "Kestrum", 1,
-        KSLocalizedString("No reader of scenario documents is installed.",
-                          "No reader of scenario documents is installed."));
+        KSLocalizedString("No reader or writer of scenario documents is installed.",
+                          "No reader or writer of scenario documents is installed."));
 }
 
 // The bytes of a file, or null when it cannot be read.
@@ -119,12 +126,15 @@ bool KSScenarioPlaceholder::readScenario(KSProject& project, KSError* error) {
     setEnginesLoading(*scenario, true);
 
     KSError readError;
-    const KSScenarioXMLReader& reader = installedReader();
     bool ok = false;
-    if (reader) {
-        ok = reader(*scenario, xmlData_, &project, &readError);
-    } else {
+    const KSScenarioXMLReader& reader = installedReader();
+    std::unique_ptr<BKXMLDocument> document =
+        BKXMLDocument::documentWithData(xmlData_, whitespaceBehavior(), &readError);
+    if (document && !reader) {
         readError = coderMissingError();
+    } else if (document) {
+        BKXMLCursor cursor = document->cursor();
+        ok = reader(*scenario, cursor, &project, &readError);
     }
     if (!ok) {
         // The project stays in its loading state: a half-read baseline must not let
@@ -160,12 +170,31 @@ KSData KSScenarioPlaceholder::xmlDataForTaskIds(const std::vector<std::int64_t>*
     if (!taskIds) return xmlData_;
     KSScenario* scenario = scenarioInProject(project, error);
     if (!scenario) return {};
+    std::optional<KSData> bytes =
+        writeScenario(*scenario, taskIds, attachmentArchiveContext, baseURL, error);
+    return bytes ? std::move(*bytes) : KSData();
+}
+
+std::optional<KSData> KSScenarioPlaceholder::writeScenario(KSScenario& scenario,
+                                                           const std::vector<std::int64_t>* taskIds,
+                                                           KSBaseObject* attachmentArchiveContext,
+                                                           const std::string& baseURL,
+                                                           KSError* error) {
     const KSScenarioXMLWriter& writer = installedWriter();
     if (!writer) {
         if (error) *error = coderMissingError();
-        return {};
+        return std::nullopt;
     }
-    return writer(*scenario, taskIds, attachmentArchiveContext, baseURL, error);
+    std::unique_ptr<BKXMLDocument> document = BKXMLDocument::documentWithRootElementName(
+        KSScenarioXMLRootElementName, KSProjectFileXMLNamespace, whitespaceBehavior(),
+        BKXMLStringEncodingUTF8, error);
+    if (!document) return std::nullopt;
+    document->setAttributeString("xmlns", KSProjectFileXMLNamespace);
+    document->setUserObjectForKey(KSValue(baseURL), "base-url");
+    if (!writer(scenario, *document, taskIds, attachmentArchiveContext, error)) {
+        return std::nullopt;
+    }
+    return document->xmlData(error);
 }
 
 void KSScenarioPlaceholder::projectDidChange() {
@@ -181,11 +210,9 @@ std::shared_ptr<KSScenarioPlaceholder> KSScenarioPlaceholder::copy() const {
         copy->cachedWrapper_ = cachedWrapper_;
         return copy;
     }
-    const KSScenarioXMLWriter& writer = installedWriter();
-    if (!writer) return nullptr;
-    KSData bytes = writer(*scenario_, nullptr, nullptr, std::string(), nullptr);
-    if (bytes.empty()) return nullptr;
-    auto copy = std::make_shared<KSScenarioPlaceholder>(scenario_->name(), std::move(bytes));
+    std::optional<KSData> bytes = writeScenario(*scenario_, nullptr, nullptr, {}, nullptr);
+    if (!bytes) return nullptr;
+    auto copy = std::make_shared<KSScenarioPlaceholder>(scenario_->name(), std::move(*bytes));
     copy->filename_ = filename_;
     return copy;
 }
@@ -196,8 +223,14 @@ void KSScenarioPlaceholder::detachScenario() {
 
 // --- Class settings ----------------------------------------------------------------------------
 
-KSDictionary KSScenarioPlaceholder::whitespaceBehavior() {
-    return KSDictionary{{"scenario", KSValue(1)}, {"styled-literal-string", KSValue(2)}};
+std::shared_ptr<const BKXMLWhitespaceBehavior> KSScenarioPlaceholder::whitespaceBehavior() {
+    static const std::shared_ptr<const BKXMLWhitespaceBehavior> behavior = [] {
+        auto made = std::make_shared<BKXMLWhitespaceBehavior>();
+        made->setBehaviorForElementName(BKXMLWhitespaceIgnore, KSScenarioXMLRootElementName);
+        made->setBehaviorForElementName(BKXMLWhitespacePreserve, "styled-literal-string");
+        return made;
+    }();
+    return behavior;
 }
 
 void KSScenarioPlaceholder::setXMLCoder(KSScenarioXMLReader reader, KSScenarioXMLWriter writer) {

@@ -13,10 +13,10 @@
 // A placeholder made from a file that was not editable keeps its bytes even once loaded,
 // and is written back as it came.
 //
-// The scenario's own XML form is read and written by the file code through the coder
-// installed with setXMLCoder (the reader fills a scenario from the bytes; the writer
-// answers the bytes of a scenario). Until one is installed, reading fails with an error
-// and the placeholder stays unread.
+// The bytes are parsed here (a malformed document fails the read with an error naming
+// the place); the scenario element's contents are read and written by the file code
+// through the coder installed with setXMLCoder. Until one is installed, reading fails
+// with an error and the placeholder stays unread.
 #pragma once
 
 #include <cstdint>
@@ -31,19 +31,28 @@
 
 namespace kestrum {
 
+class BKXMLCursor;
+class BKXMLDocument;
+class BKXMLWhitespaceBehavior;
 class KSProject;
 class KSScenario;
 
-// Fills `scenario` (attached to its project, engines loading) from the bytes of a
-// scenario document; true on success, else false with `error`.
+// The namespace of the file format, written as "xmlns" on the root of scenario documents.
+extern const char* const KSProjectFileXMLNamespace;
+// The root element of a scenario document: "scenario".
+extern const char* const KSScenarioXMLRootElementName;
+
+// Fills `scenario` (attached to its project, engines loading) from the root element the
+// cursor stands in; true on success, else false with `error`.
 using KSScenarioXMLReader =
-    std::function<bool(KSScenario& scenario, const KSData& xmlData,
+    std::function<bool(KSScenario& scenario, BKXMLCursor& cursor,
                        KSBaseObject* attachmentArchiveContext, KSError* error)>;
-// The bytes of `scenario` as a scenario document: the tasks with the given ids (all when
-// null), file references relative to `baseURL`. Empty with `error` on failure.
-using KSScenarioXMLWriter = std::function<KSData(
-    KSScenario& scenario, const std::vector<std::int64_t>* taskIds,
-    KSBaseObject* attachmentArchiveContext, const std::string& baseURL, KSError* error)>;
+// Writes `scenario` into the root element on top of `document`: the tasks with the given
+// ids (all when null), file references relative to the document's "base-url". True on
+// success, else false with `error`.
+using KSScenarioXMLWriter = std::function<bool(
+    KSScenario& scenario, BKXMLDocument& document, const std::vector<std::int64_t>* taskIds,
+    KSBaseObject* attachmentArchiveContext, KSError* error)>;
 
 class KSScenarioPlaceholder : public KSBaseObject {
     KS_DECLARE_CLASS()
@@ -98,9 +107,9 @@ public:
     // Drops the scenario (detaching it first) after it left the project.
     void detachScenario();
 
-    // How scenario documents are parsed: layout whitespace is ignored (1) in the scenario
-    // element and kept (2) in styled literal strings.
-    static KSDictionary whitespaceBehavior();
+    // How scenario documents are parsed: layout whitespace is ignored in the scenario
+    // element and kept in styled literal strings.
+    static std::shared_ptr<const BKXMLWhitespaceBehavior> whitespaceBehavior();
     // Installs the reader and writer of the scenario's XML form (process-wide).
     static void setXMLCoder(KSScenarioXMLReader reader, KSScenarioXMLWriter writer);
     static const KSScenarioXMLReader& xmlReader();
@@ -108,6 +117,11 @@ public:
 
 private:
     bool readScenario(KSProject& project, KSError* error);
+    // The bytes of a scenario written through the coder; null with `error` on failure.
+    static std::optional<KSData> writeScenario(KSScenario& scenario,
+                                               const std::vector<std::int64_t>* taskIds,
+                                               KSBaseObject* attachmentArchiveContext,
+                                               const std::string& baseURL, KSError* error);
 
     std::string name_;
     std::string filename_;
