@@ -4,27 +4,12 @@
 #include "Model/formatters/KSTimeSpanFormatter.h"
 #include "Model/project/KSFilter.h"
 #include "Model/project/KSScenarioPlaceholder.h"
-#include "Platform/difference/TMDifferenceEngine.h"
 #include "Platform/core/KSUserDefaults.h"
+#include "Platform/difference/TMDifferenceEngine.h"
 #include "ProjectFixture.h"
 
 namespace kestrum::test {
 namespace {
-
-// Counts the "KSProjectDidChangeNotification"s of one scenario.
-class ChangeCounter {
-public:
-    explicit ChangeCounter(KSScenario* scenario) {
-        token_ = KSNotificationCenter::defaultCenter().addObserver(
-            nullptr, KSProjectDidChangeNotification, scenario,
-            [this](const KSNotification&) { ++count; });
-    }
-    ~ChangeCounter() { KSNotificationCenter::defaultCenter().removeObserver(token_); }
-    int count = 0;
-
-private:
-    KSNotificationCenter::Token token_;
-};
 
 using SettingsTest = ProjectTest;
 
