@@ -1,9 +1,9 @@
 // Assertions for programming errors, and the platform's raised exceptions.
 //
 // KS_ASSERT fails with a line naming the source path, line and function, then aborts;
-// it is checked in every build type. KSRaise throws a KSException, the counterpart of
-// the platform's raised exceptions (internal inconsistency and the like), for the few
-// places the model raises on purpose.
+// it is checked in every build type. Without a message the condition's text is shown. KSRaise
+// throws a KSException, the counterpart of the platform's raised exceptions (internal inconsistency
+// and the like), for the few places the model raises on purpose.
 #pragma once
 
 #include <exception>
@@ -38,6 +38,16 @@ private:
 [[noreturn]] void KSAssertionFailure(const char* file, int line, const char* function,
                                      const std::string& message);
 
+// The message of a failed assertion: the formatted arguments, or the text of the condition
+// when none are given.
+inline std::string KSAssertionMessage(const char* condition) {
+    return condition;
+}
+template <class... Args>
+std::string KSAssertionMessage(const char*, std::string_view format, const Args&... args) {
+    return KSStringWithFormat(format, args...);
+}
+
 template <class... Args>
 [[noreturn]] void KSRaise(std::string name, std::string_view format, const Args&... args) {
     throw KSException(std::move(name), KSStringWithFormat(format, args...));
@@ -45,14 +55,19 @@ template <class... Args>
 
 }  // namespace kestrum
 
-#define KS_ASSERT(condition, ...)                                                       \
-    do {                                                                                \
-        if (!(condition)) {                                                             \
-            ::kestrum::KSAssertionFailure(__FILE__, __LINE__, __func__,                 \
-                                          ::kestrum::KSStringWithFormat(__VA_ARGS__));  \
-        }                                                                               \
+// KS_ASSERT(condition) or KS_ASSERT(condition, format, args...): the message is formatted
+// only when the condition fails.
+#define KS_ASSERT(condition, ...)                                                      \
+    do {                                                                               \
+        if (!(condition)) {                                                            \
+            ::kestrum::KSAssertionFailure(                                             \
+                __FILE__, __LINE__, __func__,                                          \
+                ::kestrum::KSAssertionMessage(#condition __VA_OPT__(, ) __VA_ARGS__)); \
+        }                                                                              \
     } while (0)
 
-#define KS_FAIL(...) \
-    ::kestrum::KSAssertionFailure(__FILE__, __LINE__, __func__, \
-                                  ::kestrum::KSStringWithFormat(__VA_ARGS__))
+// Fails unconditionally: KS_FAIL(format, args...).
+#define KS_FAIL(...)                  \
+    ::kestrum::KSAssertionFailure(    \
+        __FILE__, __LINE__, __func__, \
+        ::kestrum::KSAssertionMessage("failure" __VA_OPT__(, ) __VA_ARGS__))

@@ -10,8 +10,10 @@ constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwx
 
 constexpr std::array<signed char, 256> makeDecodeTable() {
     std::array<signed char, 256> table{};
-    for (auto& v : table) v = -1;
-    for (int i = 0; i < 64; ++i) table[static_cast<unsigned char>(kAlphabet[i])] = static_cast<signed char>(i);
+    for (auto& v : table)
+        v = -1;
+    for (int i = 0; i < 64; ++i)
+        table[static_cast<unsigned char>(kAlphabet[i])] = static_cast<signed char>(i);
     return table;
 }
 
@@ -48,7 +50,8 @@ std::string KSBase64Encode(std::string_view bytes) {
 }
 
 std::string KSBase64Encode(const KSData& data) {
-    return KSBase64Encode(std::string_view(reinterpret_cast<const char*>(data.data()), data.size()));
+    return KSBase64Encode(
+        std::string_view(reinterpret_cast<const char*>(data.data()), data.size()));
 }
 
 bool KSBase64Decode(std::string_view text, KSData* out) {

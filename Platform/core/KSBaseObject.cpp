@@ -2,12 +2,16 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
+#include <unordered_map>
 
 #include "Platform/core/KSLog.h"
 
 namespace kestrum {
 
-// The observers of one object, and the will-change notes waiting for their did-change.
+// The observers of one object by key, and the will-change notes waiting for their
+// did-change. Observations are shared with notifications under way, which skip those
+// removed meanwhile.
 struct KSObservationInfo {
     struct Observation {
         KSBaseObject* observer;
@@ -21,28 +25,44 @@ struct KSObservationInfo {
         KSValue oldValue;
         bool hasOldValue = false;
     };
-    std::vector<std::shared_ptr<Observation>> observations;
+    struct Hash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view s) const {
+            return std::hash<std::string_view>()(s);
+        }
+    };
+    using List = std::vector<std::shared_ptr<Observation>>;
+
+    std::unordered_map<std::string, List, Hash, std::equal_to<>> byKey;
+    std::size_t count = 0;
     std::vector<PendingChange> pending;
 
-    bool observes(std::string_view key) const {
-        for (const auto& o : observations) {
-            if (!o->removed && o->key == key) return true;
-        }
-        return false;
+    bool observes(std::string_view key) const { return byKey.find(key) != byKey.end(); }
+    List observersOf(std::string_view key) const {
+        auto it = byKey.find(key);
+        return it == byKey.end() ? List() : it->second;
     }
-    std::vector<std::shared_ptr<Observation>> observersOf(std::string_view key) const {
-        std::vector<std::shared_ptr<Observation>> result;
-        for (const auto& o : observations) {
-            if (!o->removed && o->key == key) result.push_back(o);
+    // Removes the observations of `list` that `matches` selects; drops the key when none
+    // is left.
+    template <class Matches>
+    void removeFrom(decltype(byKey)::iterator it, Matches matches) {
+        List& list = it->second;
+        for (auto& o : list) {
+            if (matches(*o)) o->removed = true;
         }
-        return result;
+        auto end = std::remove_if(list.begin(), list.end(), [](auto& o) { return o->removed; });
+        count -= static_cast<std::size_t>(list.end() - end);
+        list.erase(end, list.end());
+        if (list.empty()) byKey.erase(it);
     }
 };
 
 KSUndefinedKeyException::KSUndefinedKeyException(std::string className, std::string key)
     : key_(std::move(key)) {
-    message_ = "[<" + className + "> setValue:forUndefinedKey:]: this class is not key value "
-               "coding-compliant for the key " + key_ + ".";
+    message_ = "[<" + className +
+               "> setValue:forUndefinedKey:]: this class is not key value "
+               "coding-compliant for the key " +
+               key_ + ".";
 }
 
 KSBaseObject::KSBaseObject() = default;
@@ -84,13 +104,24 @@ void KSBaseObject::setValueForKey(const KSValue& value, std::string_view key) {
     }
 }
 
+namespace {
+
+// The rest of a key path below a value: objects answer through keyed access, dictionaries
+// by their entries; anything else ends the walk with null.
+KSValue valueBelow(const KSValue& value, std::string_view rest) {
+    if (const auto& object = value.asObject()) return object->valueForKeyPath(rest);
+    if (!value.isDictionary()) return KSValue();
+    auto dot = rest.find('.');
+    KSValue entry = value.asDictionary().objectForKey(rest.substr(0, dot));
+    return dot == std::string_view::npos ? entry : valueBelow(entry, rest.substr(dot + 1));
+}
+
+}  // namespace
+
 KSValue KSBaseObject::valueForKeyPath(std::string_view keyPath) const {
     auto dot = keyPath.find('.');
     if (dot == std::string_view::npos) return valueForKey(keyPath);
-    KSValue first = valueForKey(keyPath.substr(0, dot));
-    const auto& object = first.asObject();
-    if (!object) return KSValue();
-    return object->valueForKeyPath(keyPath.substr(dot + 1));
+    return valueBelow(valueForKey(keyPath.substr(0, dot)), keyPath.substr(dot + 1));
 }
 
 void KSBaseObject::setValueForKeyPath(const KSValue& value, std::string_view keyPath) {
@@ -105,7 +136,8 @@ void KSBaseObject::setValueForKeyPath(const KSValue& value, std::string_view key
 }
 
 void KSBaseObject::setValuesForKeysWithDictionary(const KSDictionary& values) {
-    for (const auto& [key, value] : values) setValueForKey(value, key);
+    for (const auto& [key, value] : values)
+        setValueForKey(value, key);
 }
 
 KSValue::Type KSBaseObject::valueTypeForKey(std::string_view key) const {
@@ -119,9 +151,10 @@ bool KSBaseObject::isSettableKey(std::string_view key) const {
 }
 
 KSValue KSBaseObject::valueForUndefinedKey(std::string_view key) const {
-    KSLog("[<%@> valueForUndefinedKey:]: this class is not key value coding-compliant for the "
-          "key %@.",
-          className(), std::string(key));
+    KSLog(
+        "[<%@> valueForUndefinedKey:]: this class is not key value coding-compliant for the "
+        "key %@.",
+        className(), std::string(key));
     return KSValue();
 }
 
@@ -130,20 +163,21 @@ void KSBaseObject::setValueForUndefinedKey(const KSValue&, std::string_view key)
 }
 
 void KSBaseObject::setNilValueForKey(std::string_view key) {
-    KSLog("[<%@> setNilValueForKey:]: could not set nil as the value for the key %@.",
-          className(), std::string(key));
+    KSLog("[<%@> setNilValueForKey:]: could not set nil as the value for the key %@.", className(),
+          std::string(key));
 }
 
 // --- Observing ---------------------------------------------------------------------
 
 void KSBaseObject::addObserverForKeyPathOptionsContext(KSBaseObject* observer,
-                                                       std::string_view keyPath,
-                                                       unsigned options, const void* context) {
+                                                       std::string_view keyPath, unsigned options,
+                                                       const void* context) {
     if (!observer) return;
     if (!observationInfo_) observationInfo_ = std::make_unique<KSObservationInfo>();
     auto observation = std::make_shared<KSObservationInfo::Observation>(
         KSObservationInfo::Observation{observer, std::string(keyPath), options, context});
-    observationInfo_->observations.push_back(observation);
+    observationInfo_->byKey[std::string(keyPath)].push_back(std::move(observation));
+    ++observationInfo_->count;
     if (options & KSKeyValueObservingOptionInitial) {
         KSKeyValueChange change;
         if (options & KSKeyValueObservingOptionNew) change.newValue = valueForKeyPath(keyPath);
@@ -151,33 +185,34 @@ void KSBaseObject::addObserverForKeyPathOptionsContext(KSBaseObject* observer,
     }
 }
 
-void KSBaseObject::removeObserverForKeyPathContext(KSBaseObject* observer,
-                                                   std::string_view keyPath,
+void KSBaseObject::removeObserverForKeyPathContext(KSBaseObject* observer, std::string_view keyPath,
                                                    const void* context) {
     if (!observationInfo_) return;
-    auto& list = observationInfo_->observations;
-    auto matches = [&](const std::shared_ptr<KSObservationInfo::Observation>& o, bool exact) {
-        return !o->removed && o->observer == observer && o->key == keyPath &&
-               (!exact || o->context == context);
-    };
-    // The most recent matching registration goes, as the platform does.
-    auto it = std::find_if(list.rbegin(), list.rend(), [&](auto& o) { return matches(o, true); });
-    if (it == list.rend() && context == nullptr) {
-        it = std::find_if(list.rbegin(), list.rend(), [&](auto& o) { return matches(o, false); });
+    auto it = observationInfo_->byKey.find(keyPath);
+    if (it == observationInfo_->byKey.end()) return;
+    const auto& list = it->second;
+    // The most recent matching registration goes, as the platform does; without a context
+    // any context matches when none matches exactly.
+    auto found = std::find_if(list.rbegin(), list.rend(), [&](auto& o) {
+        return o->observer == observer && o->context == context;
+    });
+    if (found == list.rend() && context == nullptr) {
+        found = std::find_if(list.rbegin(), list.rend(),
+                             [&](auto& o) { return o->observer == observer; });
     }
-    if (it == list.rend()) return;
-    (*it)->removed = true;
-    list.erase(std::next(it).base());
+    if (found == list.rend()) return;
+    const KSObservationInfo::Observation* victim = found->get();
+    observationInfo_->removeFrom(it, [&](const auto& o) { return &o == victim; });
 }
 
 void KSBaseObject::removeObserver(KSBaseObject* observer) {
     if (!observationInfo_) return;
-    auto& list = observationInfo_->observations;
-    for (auto& o : list) {
-        if (o->observer == observer) o->removed = true;
+    auto& byKey = observationInfo_->byKey;
+    for (auto it = byKey.begin(); it != byKey.end();) {
+        auto next = std::next(it);
+        observationInfo_->removeFrom(it, [&](const auto& o) { return o.observer == observer; });
+        it = next;
     }
-    list.erase(std::remove_if(list.begin(), list.end(), [](auto& o) { return o->removed; }),
-               list.end());
 }
 
 bool KSBaseObject::hasObserversForKey(std::string_view key) const {
@@ -185,7 +220,7 @@ bool KSBaseObject::hasObserversForKey(std::string_view key) const {
 }
 
 std::size_t KSBaseObject::observationCount() const {
-    return observationInfo_ ? observationInfo_->observations.size() : 0;
+    return observationInfo_ ? observationInfo_->count : 0;
 }
 
 void KSBaseObject::observeValueForKeyPathOfObjectChangeContext(std::string_view, KSBaseObject*,
@@ -197,7 +232,8 @@ void KSBaseObject::noteWillChange(std::string_view key, KSKeyValueChangeKind kin
     auto observers = observationInfo_->observersOf(key);
     if (observers.empty()) return;
     bool wantsOld = false;
-    for (const auto& o : observers) wantsOld |= (o->options & KSKeyValueObservingOptionOld) != 0;
+    for (const auto& o : observers)
+        wantsOld |= (o->options & KSKeyValueObservingOptionOld) != 0;
     KSObservationInfo::PendingChange note{std::string(key), KSValue(), wantsOld};
     if (wantsOld) note.oldValue = valueForKey(key);
     // A will-change that was never closed is replaced, not stacked.
@@ -233,7 +269,8 @@ void KSBaseObject::noteDidChange(std::string_view key, KSKeyValueChangeKind kind
     auto observers = observationInfo_->observersOf(key);
     if (observers.empty()) return;
     bool wantsNew = false;
-    for (const auto& o : observers) wantsNew |= (o->options & KSKeyValueObservingOptionNew) != 0;
+    for (const auto& o : observers)
+        wantsNew |= (o->options & KSKeyValueObservingOptionNew) != 0;
     KSValue newValue = wantsNew ? valueForKey(key) : KSValue();
     for (const auto& o : observers) {
         if (o->removed) continue;

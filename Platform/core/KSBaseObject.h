@@ -100,8 +100,8 @@ public:
     // --- Keyed access --------------------------------------------------------------
     KSValue valueForKey(std::string_view key) const;
     void setValueForKey(const KSValue& value, std::string_view key);
-    // Dotted paths walk through object-valued attributes; a null on the way answers null
-    // (and a set through it does nothing).
+    // Dotted paths walk through object-valued attributes and dictionaries (reading only);
+    // a null on the way answers null (and a set through it does nothing).
     KSValue valueForKeyPath(std::string_view keyPath) const;
     void setValueForKeyPath(const KSValue& value, std::string_view keyPath);
     // Sets each key of the dictionary in its order.

@@ -12,6 +12,8 @@ KSClassInfo::KSClassInfo(std::string name, const KSClassInfo* superclass)
         attributes_ = superclass_->attributes_;
         keyOrder_ = superclass_->keyOrder_;
         affecting_ = superclass_->affecting_;
+        // A class made without a builder never calls finish(): it keeps the inverse too.
+        affectedBy_ = superclass_->affectedBy_;
     }
 }
 
@@ -59,9 +61,11 @@ void KSClassInfo::finish() {
     affectedBy_.clear();
     KeyLists direct;
     for (const auto& [key, dependsOn] : affecting_) {
-        for (const auto& source : dependsOn) direct[source].push_back(key);
+        for (const auto& source : dependsOn)
+            direct[source].push_back(key);
     }
-    for (auto& [source, dependents] : direct) std::sort(dependents.begin(), dependents.end());
+    for (auto& [source, dependents] : direct)
+        std::sort(dependents.begin(), dependents.end());
     for (const auto& [source, ignored] : direct) {
         std::vector<std::string> result;
         std::unordered_set<std::string> seen{source};

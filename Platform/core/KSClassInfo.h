@@ -50,7 +50,8 @@ struct KSValueTraits<bool> {
     static constexpr KSValue::Type valueType = KSValue::Type::Bool;
     static KSValue toValue(bool b) { return KSValue(b); }
     static bool fromValue(const KSValue& v, bool* out) {
-        if (v.isNull() || v.isArray() || v.isDictionary() || v.isObject() || v.isData()) return false;
+        if (v.isNull() || v.isArray() || v.isDictionary() || v.isObject() || v.isData())
+            return false;
         *out = v.boolValue();
         return true;
     }
@@ -212,7 +213,8 @@ private:
         }
     };
     using Map = std::unordered_map<std::string, KSAttribute, Hash, std::equal_to<>>;
-    using KeyLists = std::unordered_map<std::string, std::vector<std::string>, Hash, std::equal_to<>>;
+    using KeyLists =
+        std::unordered_map<std::string, std::vector<std::string>, Hash, std::equal_to<>>;
 
     std::string name_;
     const KSClassInfo* superclass_ = nullptr;
@@ -228,9 +230,12 @@ class KSClassBuilder {
 public:
     explicit KSClassBuilder(KSClassInfo& info) : info_(info) {}
 
-    // A read-write attribute through a getter and a setter member function.
-    template <class R, class A>
-    void attribute(std::string key, R (T::*getter)() const, void (T::*setter)(A)) {
+    // A read-write attribute through a getter and a setter member function, of T or of one
+    // of its superclasses.
+    template <class R, class G, class A, class C>
+    void attribute(std::string key, R (G::*getter)() const, void (C::*setter)(A)) {
+        static_assert(std::is_base_of_v<G, T> && std::is_base_of_v<C, T>,
+                      "the getter and setter must be members of the class or a superclass");
         using V = std::decay_t<R>;
         using S = std::decay_t<A>;
         KSAttribute a;
@@ -249,9 +254,10 @@ public:
         info_.addAttribute(std::move(a));
     }
 
-    // A read-only attribute.
-    template <class R>
-    void readOnly(std::string key, R (T::*getter)() const) {
+    // A read-only attribute (the getter may be a superclass's).
+    template <class R, class G>
+    void readOnly(std::string key, R (G::*getter)() const) {
+        static_assert(std::is_base_of_v<G, T>, "the getter must be a member of the class");
         using V = std::decay_t<R>;
         KSAttribute a;
         a.key = key;
@@ -263,8 +269,7 @@ public:
     }
 
     // An attribute through free-form closures working on KSValue.
-    void custom(std::string key, KSValue::Type valueType,
-                std::function<KSValue(const T&)> getter,
+    void custom(std::string key, KSValue::Type valueType, std::function<KSValue(const T&)> getter,
                 std::function<bool(T&, const KSValue&)> setter = nullptr, bool scalar = false) {
         KSAttribute a;
         a.key = key;

@@ -20,17 +20,25 @@ KSDate systemNow() {
 
 }  // namespace
 
-KSDate KSClock::now() { return fixedNow() ? *fixedNow() : systemNow(); }
+KSDate KSClock::now() {
+    return fixedNow() ? *fixedNow() : systemNow();
+}
 
-void KSClock::setFixedNow(KSDate date) { fixedNow() = date; }
+void KSClock::setFixedNow(KSDate date) {
+    fixedNow() = date;
+}
 
 void KSClock::advance(double seconds) {
     KSDate base = now();
     fixedNow() = base.dateByAddingTimeInterval(seconds);
 }
 
-void KSClock::useSystemClock() { fixedNow().reset(); }
+void KSClock::useSystemClock() {
+    fixedNow().reset();
+}
 
-bool KSClock::isFixed() { return fixedNow().has_value(); }
+bool KSClock::isFixed() {
+    return fixedNow().has_value();
+}
 
 }  // namespace kestrum

@@ -6,8 +6,8 @@
 // (a character code, as a Unicode scalar), "%s" (text) and "%%". An argument of the
 // wrong kind is converted the way the platform's keyed values convert (a string given
 // to "%d" is read as a number). A missing argument prints nothing; an unknown
-// conversion is copied as it stands. Output is UTF-8 and does not depend on the C
-// locale.
+// conversion is copied as it stands; widths, precisions and positions stop at 10000.
+// Output is UTF-8 and does not depend on the C locale.
 #pragma once
 
 #include <string>
@@ -26,21 +26,23 @@ class KSFormatArgument {
 public:
     KSFormatArgument(const KSValue& value) : value_(value) {}
     template <class T, std::enable_if_t<std::is_constructible_v<KSValue, const T&> &&
-                                            !std::is_same_v<T, KSValue> &&
-                                            !std::is_pointer_v<T>,
+                                            !std::is_same_v<T, KSValue> && !std::is_pointer_v<T>,
                                         int> = 0>
     KSFormatArgument(const T& value) : value_(KSValue(value)) {}
     KSFormatArgument(const char* text) : value_(text ? KSValue(text) : KSValue()) {}
+    // Enumerations print as their number ("%d" of a kind).
+    template <class T, std::enable_if_t<std::is_enum_v<T>, int> = 0>
+    KSFormatArgument(T value) : value_(KSValue(static_cast<long long>(value))) {}
     KSFormatArgument(const KSBaseObject* object);
     KSFormatArgument(const KSBaseObject& object) : KSFormatArgument(&object) {}
     // Anything else with a description() (KSError, KSDateTime, ...).
-    template <class T,
-              std::enable_if_t<!std::is_constructible_v<KSValue, const T&> &&
-                                   !std::is_base_of_v<KSBaseObject, T> &&
-                                   std::is_convertible_v<decltype(std::declval<const T&>()
-                                                                      .description()),
-                                                         std::string>,
-                               int> = 0>
+    template <
+        class T,
+        std::enable_if_t<!std::is_constructible_v<KSValue, const T&> &&
+                             !std::is_base_of_v<KSBaseObject, T> &&
+                             std::is_convertible_v<decltype(std::declval<const T&>().description()),
+                                                   std::string>,
+                         int> = 0>
     KSFormatArgument(const T& value) : value_(KSValue(std::string(value.description()))) {}
 
     const KSValue& value() const { return value_; }
@@ -54,7 +56,8 @@ std::string KSStringWithFormatArguments(std::string_view format,
 
 template <class... Args>
 std::string KSStringWithFormat(std::string_view format, const Args&... args) {
-    return KSStringWithFormatArguments(format, std::vector<KSFormatArgument>{KSFormatArgument(args)...});
+    return KSStringWithFormatArguments(format,
+                                       std::vector<KSFormatArgument>{KSFormatArgument(args)...});
 }
 
 }  // namespace kestrum

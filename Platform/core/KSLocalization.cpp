@@ -1,5 +1,6 @@
 #include "Platform/core/KSLocalization.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -72,6 +73,49 @@ std::vector<std::string> resourceFolders() {
     return folders;
 }
 
+// Strings files made by translation tools are often UTF-16 with a byte-order mark; they
+// are turned into UTF-8. Other text is taken as UTF-8.
+std::string textFromFileBytes(const std::string& bytes) {
+    if (bytes.size() < 2) return bytes;
+    auto b0 = static_cast<unsigned char>(bytes[0]);
+    auto b1 = static_cast<unsigned char>(bytes[1]);
+    bool little = b0 == 0xFF && b1 == 0xFE;
+    bool big = b0 == 0xFE && b1 == 0xFF;
+    if (!little && !big) return bytes;
+    auto unit = [&](std::size_t i) -> std::uint32_t {
+        auto lo = static_cast<unsigned char>(bytes[little ? i : i + 1]);
+        auto hi = static_cast<unsigned char>(bytes[little ? i + 1 : i]);
+        return static_cast<std::uint32_t>(hi << 8 | lo);
+    };
+    std::string out;
+    for (std::size_t i = 2; i + 1 < bytes.size(); i += 2) {
+        std::uint32_t code = unit(i);
+        if (code >= 0xD800 && code < 0xDC00 && i + 3 < bytes.size()) {
+            std::uint32_t low = unit(i + 2);
+            if (low >= 0xDC00 && low < 0xE000) {
+                code = 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
+                i += 2;
+            }
+        }
+        if (code < 0x80) {
+            out += static_cast<char>(code);
+        } else if (code < 0x800) {
+            out += static_cast<char>(0xC0 | (code >> 6));
+            out += static_cast<char>(0x80 | (code & 0x3F));
+        } else if (code < 0x10000) {
+            out += static_cast<char>(0xE0 | (code >> 12));
+            out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+            out += static_cast<char>(0x80 | (code & 0x3F));
+        } else {
+            out += static_cast<char>(0xF0 | (code >> 18));
+            out += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
+            out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+            out += static_cast<char>(0x80 | (code & 0x3F));
+        }
+    }
+    return out;
+}
+
 const KSDictionary& tableFor(std::string_view bundle, std::string_view table) {
     auto key = std::make_pair(std::string(bundle), std::string(table));
     auto& tables = state().tables;
@@ -82,18 +126,20 @@ const KSDictionary& tableFor(std::string_view bundle, std::string_view table) {
     // Least preferred first, so that more preferred languages overwrite.
     for (auto lang = languages.rbegin(); lang != languages.rend(); ++lang) {
         for (const auto& folder : resourceFolders()) {
-            std::string path = folder + "/" + key.first + "/" + *lang + ".lproj/" + key.second +
-                               ".strings";
+            std::string path =
+                folder + "/" + key.first + "/" + *lang + ".lproj/" + key.second + ".strings";
             std::ifstream in(path, std::ios::binary);
             if (!in) continue;
-            std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+            std::string text = textFromFileBytes(std::string((std::istreambuf_iterator<char>(in)),
+                                                             std::istreambuf_iterator<char>()));
             KSError error;
             KSDictionary entries = KSPropertyList::stringsTableFromString(text, &error);
             if (error.isSet()) {
                 KSLog("Could not read strings table %@: %@", path, error.localizedDescription());
                 continue;
             }
-            for (const auto& [k, v] : entries) merged.setObjectForKey(k, v);
+            for (const auto& [k, v] : entries)
+                merged.setObjectForKey(k, v);
             break;  // the first folder holding this language wins
         }
     }

@@ -4,8 +4,9 @@
 // (colon-separated), the installed data folder (<prefix>/share/kestrum) and the source
 // tree's resources/ folder. A table is the file
 // <folder>/<bundle identifier>/<language>.lproj/<table>.strings in the old-style
-// property-list text form ("key" = "value";). The language comes from LC_ALL,
-// LC_MESSAGES or LANG ("de_DE.UTF-8" tries "de_DE", then "de"), then "en" and "Base".
+// property-list text form ("key" = "value";), in UTF-8 or in UTF-16 with a byte-order
+// mark. The language comes from LC_ALL, LC_MESSAGES or LANG ("de_DE.UTF-8" tries "de_DE",
+// then "de"), then "en" and "Base".
 // Without a translation the default text shows, or else the key.
 #pragma once
 

@@ -38,11 +38,17 @@ KSLogHook KSSetLogHook(KSLogHook hook) {
     return previous;
 }
 
+bool KSLogIsCaptured() {
+    return static_cast<bool>(logHook());
+}
+
 KSLogCapture::KSLogCapture() {
     previous_ = KSSetLogHook([this](const std::string& line) { lines_.push_back(line); });
 }
 
-KSLogCapture::~KSLogCapture() { KSSetLogHook(std::move(previous_)); }
+KSLogCapture::~KSLogCapture() {
+    KSSetLogHook(std::move(previous_));
+}
 
 bool KSLogCapture::contains(std::string_view text) const {
     for (const auto& line : lines_) {

@@ -5,9 +5,9 @@
 #pragma once
 
 #include <functional>
-#include <vector>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "Platform/core/KSFormat.h"
 
@@ -25,6 +25,8 @@ void KSLog(std::string_view format, const Args&... args) {
 // Replaces standard error with `hook` (null restores it). Answers the previous hook.
 using KSLogHook = std::function<void(const std::string&)>;
 KSLogHook KSSetLogHook(KSLogHook hook);
+// Whether a hook (or a capture) takes the lines instead of standard error.
+bool KSLogIsCaptured();
 
 // Collects the lines logged during its lifetime; for tests.
 class KSLogCapture {

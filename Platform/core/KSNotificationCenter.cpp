@@ -1,12 +1,36 @@
 #include "Platform/core/KSNotificationCenter.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 
 namespace kestrum {
 
+namespace {
+
+// A thread's centre. The pointer is trivially destructible, so it stays readable while the
+// thread's other thread-local objects are destroyed. The main thread's centre is never
+// freed: its thread-local objects go before the process's statics, and an object held in a
+// static may still remove its observers while it is destroyed. Other threads free theirs
+// when they end.
+thread_local KSNotificationCenter* tCenter = nullptr;
+
+struct KSCenterReaper {
+    ~KSCenterReaper() {
+        if (gettid() == getpid()) return;
+        delete tCenter;
+        tCenter = nullptr;
+    }
+};
+
+}  // namespace
+
 KSNotificationCenter& KSNotificationCenter::defaultCenter() {
-    static thread_local KSNotificationCenter center;
-    return center;
+    if (!tCenter) {
+        tCenter = new KSNotificationCenter;
+        static thread_local KSCenterReaper reaper;
+    }
+    return *tCenter;
 }
 
 KSNotificationCenter::KSNotificationCenter() = default;
@@ -18,7 +42,7 @@ KSNotificationCenter::Token KSNotificationCenter::addObserver(const void* owner,
                                                               Callback callback) {
     Token token = nextToken_++;
     registrations_.push_back(Registration{token, owner, std::string(name), sender,
-                                          std::make_shared<Callback>(std::move(callback))});
+                                          std::make_shared<Live>(Live{std::move(callback)})});
     return token;
 }
 
@@ -28,14 +52,14 @@ void KSNotificationCenter::compact() {
         return;
     }
     registrations_.erase(std::remove_if(registrations_.begin(), registrations_.end(),
-                                        [](const Registration& r) { return r.removed; }),
+                                        [](const Registration& r) { return r.live->removed; }),
                          registrations_.end());
     needsCompaction_ = false;
 }
 
 void KSNotificationCenter::removeObserver(Token token) {
     for (auto& r : registrations_) {
-        if (r.token == token) r.removed = true;
+        if (r.token == token) r.live->removed = true;
     }
     compact();
 }
@@ -43,7 +67,7 @@ void KSNotificationCenter::removeObserver(Token token) {
 void KSNotificationCenter::removeObserver(const void* owner) {
     if (!owner) return;
     for (auto& r : registrations_) {
-        if (r.owner == owner) r.removed = true;
+        if (r.owner == owner) r.live->removed = true;
     }
     compact();
 }
@@ -54,7 +78,7 @@ void KSNotificationCenter::removeObserver(const void* owner, std::string_view na
     for (auto& r : registrations_) {
         if (r.owner == owner && (name.empty() || r.name == name) &&
             (sender == nullptr || r.sender == sender)) {
-            r.removed = true;
+            r.live->removed = true;
         }
     }
     compact();
@@ -62,12 +86,12 @@ void KSNotificationCenter::removeObserver(const void* owner, std::string_view na
 
 void KSNotificationCenter::post(const KSNotification& notification) {
     // Match against the registrations that exist now; later ones wait for the next post.
-    std::vector<std::pair<Token, std::shared_ptr<Callback>>> matching;
+    std::vector<std::shared_ptr<Live>> matching;
     for (const auto& r : registrations_) {
-        if (r.removed) continue;
+        if (r.live->removed) continue;
         if (!r.name.empty() && r.name != notification.name) continue;
         if (r.sender && r.sender != notification.object) continue;
-        matching.emplace_back(r.token, r.callback);
+        matching.push_back(r.live);
     }
     ++postDepth_;
     struct DepthGuard {
@@ -76,16 +100,9 @@ void KSNotificationCenter::post(const KSNotification& notification) {
             if (--center->postDepth_ == 0 && center->needsCompaction_) center->compact();
         }
     } guard{this};
-    for (const auto& [token, callback] : matching) {
+    for (const auto& live : matching) {
         // Skip those removed by an earlier callback of this post.
-        bool live = false;
-        for (const auto& r : registrations_) {
-            if (r.token == token) {
-                live = !r.removed;
-                break;
-            }
-        }
-        if (live) (*callback)(notification);
+        if (!live->removed) live->callback(notification);
     }
 }
 
@@ -96,7 +113,7 @@ void KSNotificationCenter::postNotificationName(std::string_view name, KSBaseObj
 
 std::size_t KSNotificationCenter::observerCount() const {
     return static_cast<std::size_t>(std::count_if(registrations_.begin(), registrations_.end(),
-                                                  [](const auto& r) { return !r.removed; }));
+                                                  [](const auto& r) { return !r.live->removed; }));
 }
 
 }  // namespace kestrum

@@ -32,7 +32,8 @@ public:
     using Token = std::uint64_t;
     using Callback = std::function<void(const KSNotification&)>;
 
-    // The process's centre (the model runs on one thread).
+    // The calling thread's centre: the model runs on one thread, and each thread that
+    // uses the library has its own centre, as it has its own event loop.
     static KSNotificationCenter& defaultCenter();
 
     KSNotificationCenter();
@@ -58,13 +59,17 @@ public:
     std::size_t observerCount() const;
 
 private:
+    // Shared with the posts under way, which skip a callback removed meanwhile.
+    struct Live {
+        Callback callback;
+        bool removed = false;
+    };
     struct Registration {
         Token token;
         const void* owner;
         std::string name;
         const void* sender;
-        std::shared_ptr<Callback> callback;
-        bool removed = false;
+        std::shared_ptr<Live> live;
     };
     void compact();
 

@@ -14,11 +14,14 @@ bool isSpace(char c) {
 }
 
 std::size_t skipSpace(std::string_view text, std::size_t i = 0) {
-    while (i < text.size() && isSpace(text[i])) ++i;
+    while (i < text.size() && isSpace(text[i]))
+        ++i;
     return i;
 }
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
 
 bool startsWithNoCase(std::string_view text, std::size_t at, std::string_view word) {
     if (text.size() - at < word.size()) return false;
@@ -28,6 +31,33 @@ bool startsWithNoCase(std::string_view text, std::size_t at, std::string_view wo
         if (c != word[k]) return false;
     }
     return true;
+}
+
+// The power of ten of the first significant digit of a decimal number ("0.01" is -2,
+// "250e3" is 5), to tell an underflow from an overflow. Exponents are clamped far beyond
+// the range of a double.
+long decimalExponent(std::string_view number) {
+    std::size_t end = number.find_first_of("eE");
+    std::string_view mantissa = number.substr(0, end);
+    std::size_t point = mantissa.find('.');
+    std::size_t integerDigits = point == std::string_view::npos ? mantissa.size() : point;
+    std::size_t first = mantissa.find_first_of("123456789");
+    if (first == std::string_view::npos) return 0;
+    long power = first < integerDigits ? static_cast<long>(integerDigits - first) - 1
+                                       : -static_cast<long>(first - integerDigits);
+    long exponent = 0;
+    bool negativeExponent = false;
+    if (end != std::string_view::npos) {
+        std::size_t i = end + 1;
+        if (i < number.size() && (number[i] == '+' || number[i] == '-')) {
+            negativeExponent = number[i] == '-';
+            ++i;
+        }
+        for (; i < number.size(); ++i) {
+            if (exponent < 100000000) exponent = exponent * 10 + (number[i] - '0');
+        }
+    }
+    return power + (negativeExponent ? -exponent : exponent);
 }
 
 }  // namespace
@@ -100,23 +130,19 @@ double KSDoubleValueOfString(std::string_view text) {
         std::size_t k = j + 1;
         if (k < text.size() && (text[k] == '+' || text[k] == '-')) ++k;
         if (k < text.size() && isDigit(text[k])) {
-            while (k < text.size() && isDigit(text[k])) ++k;
+            while (k < text.size() && isDigit(text[k]))
+                ++k;
             j = k;
         }
     }
     double value = 0.0;
-    auto result = std::from_chars(text.data() + start, text.data() + j, value,
-                                  std::chars_format::general);
+    auto result =
+        std::from_chars(text.data() + start, text.data() + j, value, std::chars_format::general);
     if (result.ec == std::errc::result_out_of_range) {
         // Overflow gives infinity, underflow zero, as strtod does.
-        bool tiny = false;
-        for (std::size_t k = start; k < j; ++k) {
-            if (text[k] == 'e' || text[k] == 'E') {
-                tiny = k + 1 < j && text[k + 1] == '-';
-                break;
-            }
-        }
-        value = tiny ? 0.0 : std::numeric_limits<double>::infinity();
+        value = decimalExponent(text.substr(start, j - start)) < 0
+                    ? 0.0
+                    : std::numeric_limits<double>::infinity();
     } else if (result.ec != std::errc()) {
         return 0.0;
     }
@@ -126,7 +152,8 @@ double KSDoubleValueOfString(std::string_view text) {
 bool KSBoolValueOfString(std::string_view text) {
     std::size_t i = skipSpace(text);
     if (i < text.size() && (text[i] == '+' || text[i] == '-')) ++i;
-    while (i < text.size() && text[i] == '0') ++i;
+    while (i < text.size() && text[i] == '0')
+        ++i;
     if (i >= text.size()) return false;
     char c = text[i];
     return c == 'Y' || c == 'y' || c == 'T' || c == 't' || (c >= '1' && c <= '9');

@@ -7,7 +7,9 @@
 //
 // A pass (runOnce): run the deferred calls that were due when the pass began, in the
 // order they were requested; fire the timers that are due; run the end-of-pass
-// observers. Calls requested during the pass wait for the next pass.
+// observers. Calls requested during the pass wait for the next pass; a call cancelled by
+// an earlier call of the same pass does not run. A call that throws ends the pass: the
+// exception reaches the caller of runOnce, and the calls not yet run wait for the next.
 #pragma once
 
 #include <cstdint>
@@ -25,6 +27,9 @@ public:
 
     // The loop of the calling thread.
     static KSRunLoop& current();
+    // The loop of the calling thread, or null once it has been destroyed at thread or
+    // process exit (for objects that may outlive it, such as an undo manager in a static).
+    static KSRunLoop* currentIfAlive();
 
     KSRunLoop();
     ~KSRunLoop();
@@ -84,7 +89,15 @@ private:
         bool removed = false;
     };
 
+    bool runDeferredCalls(KSDate now);
+    bool fireTimers(KSDate now);
+    void finishPass();
+    void cancelPendingMatching(const std::function<bool(const Pending&)>& matches);
+
     std::vector<Pending> pending_;
+    // The deferred calls of the pass under way, and the index of the next one to run.
+    std::vector<Pending> running_;
+    std::size_t runningNext_ = 0;
     std::vector<std::shared_ptr<Timer>> timers_;
     std::vector<Observer> observers_;
     Token nextToken_ = 1;

@@ -6,7 +6,14 @@
 namespace kestrum {
 
 std::string KSUUIDString() {
-    static thread_local std::mt19937_64 generator{std::random_device{}()};
+    // Seeded with 256 bits from the system: a single 32-bit seed would let two processes
+    // produce the same identifiers once in some 65,000 starts.
+    static thread_local std::mt19937_64 generator = [] {
+        std::random_device device;
+        std::seed_seq seed{device(), device(), device(), device(),
+                           device(), device(), device(), device()};
+        return std::mt19937_64(seed);
+    }();
     std::uint64_t high = generator();
     std::uint64_t low = generator();
     high = (high & 0xFFFFFFFFFFFF0FFFULL) | 0x0000000000004000ULL;  // version 4

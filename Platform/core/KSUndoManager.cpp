@@ -55,12 +55,16 @@ void KSUndoManager::Group::removeTarget(const void* target) {
                   entries.end());
 }
 
-KSUndoManager::KSUndoManager() {
+KSUndoManager::KSUndoManager() : loop_(&KSRunLoop::current()) {
     // The event group closes at the end of each pass of this thread's event loop.
-    endOfPassToken_ = KSRunLoop::current().addEndOfPassObserver([this] { closeGroupAtEndOfPass(); });
+    endOfPassToken_ = loop_->addEndOfPassObserver([this] { closeGroupAtEndOfPass(); });
 }
 
-KSUndoManager::~KSUndoManager() { KSRunLoop::current().removeEndOfPassObserver(endOfPassToken_); }
+KSUndoManager::~KSUndoManager() {
+    // A manager destroyed after its thread's loop (one held in a static) has nothing to
+    // remove; one destroyed on another thread must not touch that thread's loop.
+    if (KSRunLoop::currentIfAlive() == loop_) loop_->removeEndOfPassObserver(endOfPassToken_);
+}
 
 void KSUndoManager::post(const char* name) {
     KSNotificationCenter::defaultCenter().postNotificationName(name, this);
@@ -88,25 +92,34 @@ void KSUndoManager::registerUndoWithTargetHandler(std::shared_ptr<void> target,
     openGroups_.back()->entries.push_back(Entry{std::move(target), std::move(action), nullptr});
 }
 
+void KSUndoManager::logNullTarget() {
+    KSLog("KSUndoManager: ignoring an undo registration with a null target");
+}
+
 void KSUndoManager::removeAllActionsWithTarget(const void* target) {
     for (auto* stack : {&undoStack_, &redoStack_}) {
-        for (auto& group : *stack) group->removeTarget(target);
-        stack->erase(std::remove_if(stack->begin(), stack->end(),
-                                    [](auto& g) { return g->isEmpty(); }),
-                     stack->end());
+        for (auto& group : *stack)
+            group->removeTarget(target);
+        stack->erase(
+            std::remove_if(stack->begin(), stack->end(), [](auto& g) { return g->isEmpty(); }),
+            stack->end());
     }
-    for (auto& group : openGroups_) group->removeTarget(target);
+    for (auto& group : openGroups_)
+        group->removeTarget(target);
 }
 
 void KSUndoManager::removeAllActions() {
     undoStack_.clear();
     redoStack_.clear();
-    for (auto& group : openGroups_) group->entries.clear();
+    for (auto& group : openGroups_)
+        group->entries.clear();
 }
 
 // --- Groups --------------------------------------------------------------------------
 
-int KSUndoManager::groupingLevel() const { return static_cast<int>(openGroups_.size()); }
+int KSUndoManager::groupingLevel() const {
+    return static_cast<int>(openGroups_.size());
+}
 
 void KSUndoManager::setLevelsOfUndo(std::size_t levels) {
     levelsOfUndo_ = levels;
@@ -117,8 +130,8 @@ void KSUndoManager::trimUndoStack() {
     if (levelsOfUndo_ == 0) return;
     for (auto* stack : {&undoStack_, &redoStack_}) {
         if (stack->size() > levelsOfUndo_) {
-            stack->erase(stack->begin(),
-                         stack->begin() + static_cast<std::ptrdiff_t>(stack->size() - levelsOfUndo_));
+            stack->erase(stack->begin(), stack->begin() + static_cast<std::ptrdiff_t>(
+                                                              stack->size() - levelsOfUndo_));
         }
     }
 }
@@ -162,7 +175,9 @@ void KSUndoManager::closeGroupAtEndOfPass() {
     if (groupsByEvent_ && openGroups_.size() == 1 && state_ == State::Idle) endUndoGrouping();
 }
 
-void KSUndoManager::disableUndoRegistration() { ++disableCount_; }
+void KSUndoManager::disableUndoRegistration() {
+    ++disableCount_;
+}
 
 void KSUndoManager::enableUndoRegistration() {
     if (disableCount_ == 0) {
@@ -179,9 +194,11 @@ bool KSUndoManager::canUndo() const {
     return openGroups_.size() == 1 && !openGroups_.back()->isEmpty();
 }
 
-bool KSUndoManager::canRedo() const { return !redoStack_.empty(); }
+bool KSUndoManager::canRedo() const {
+    return !redoStack_.empty();
+}
 
-void KSUndoManager::runGroup(Group& group) {
+void KSUndoManager::runGroup(const Group& group) {
     // Last recorded runs first; nested groups unwind the same way.
     for (auto it = group.entries.rbegin(); it != group.entries.rend(); ++it) {
         if (it->group) {
@@ -190,6 +207,28 @@ void KSUndoManager::runGroup(Group& group) {
             it->call();
         }
     }
+}
+
+void KSUndoManager::replayGroup(const Group& group, State state) {
+    // The calls record their inverse into a new group on the other stack.
+    state_ = state;
+    openGroup();
+    try {
+        runGroup(group);
+    } catch (...) {
+        // A call that throws leaves the document half reverted: the half-recorded inverse
+        // is dropped and the manager is usable again.
+        openGroups_.clear();
+        state_ = State::Idle;
+        throw;
+    }
+    // The inverse carries the name of the group it reverses.
+    if (!openGroups_.empty() && !group.actionName.empty()) {
+        openGroups_.front()->actionName = group.actionName;
+    }
+    while (!openGroups_.empty())
+        closeGroup();
+    state_ = State::Idle;
 }
 
 void KSUndoManager::undo() {
@@ -207,12 +246,7 @@ void KSUndoManager::undoNestedGroup() {
     post(KSUndoManagerWillUndoChangeNotification);
     std::unique_ptr<Group> group = std::move(undoStack_.back());
     undoStack_.pop_back();
-    state_ = State::Undoing;
-    openGroup();
-    runGroup(*group);
-    if (!openGroups_.empty()) openGroups_.front()->actionName = group->actionName;
-    while (!openGroups_.empty()) closeGroup();
-    state_ = State::Idle;
+    replayGroup(*group, State::Undoing);
     post(KSUndoManagerDidUndoChangeNotification);
 }
 
@@ -230,12 +264,7 @@ void KSUndoManager::redo() {
     post(KSUndoManagerWillRedoChangeNotification);
     std::unique_ptr<Group> group = std::move(redoStack_.back());
     redoStack_.pop_back();
-    state_ = State::Redoing;
-    openGroup();
-    runGroup(*group);
-    if (!openGroups_.empty()) openGroups_.front()->actionName = group->actionName;
-    while (!openGroups_.empty()) closeGroup();
-    state_ = State::Idle;
+    replayGroup(*group, State::Redoing);
     post(KSUndoManagerDidRedoChangeNotification);
 }
 
@@ -261,7 +290,11 @@ std::string KSUndoManager::redoActionName() const {
     return redoStack_.empty() ? std::string() : redoStack_.back()->actionName;
 }
 
-std::size_t KSUndoManager::undoCount() const { return undoStack_.size(); }
-std::size_t KSUndoManager::redoCount() const { return redoStack_.size(); }
+std::size_t KSUndoManager::undoCount() const {
+    return undoStack_.size();
+}
+std::size_t KSUndoManager::redoCount() const {
+    return redoStack_.size();
+}
 
 }  // namespace kestrum

@@ -14,7 +14,10 @@
 // undo() closes an open top-level group first, then runs the last group's calls in
 // reverse order inside a group on the redo stack: what they register while undoing is
 // the redo. redo() mirrors it. A new registration outside undo and redo clears the
-// redo stack.
+// redo stack. A recorded call that throws ends the undo or redo: the exception goes on to
+// the caller and the manager is idle again.
+//
+// The manager belongs to the thread that made it (its event loop closes the groups).
 #pragma once
 
 #include <cstddef>
@@ -27,6 +30,8 @@
 #include "Platform/core/KSBaseObject.h"
 
 namespace kestrum {
+
+class KSRunLoop;
 
 extern const char* const KSUndoManagerDidOpenUndoGroupNotification;
 extern const char* const KSUndoManagerWillCloseUndoGroupNotification;
@@ -47,9 +52,14 @@ public:
     // Records `action`, to run on undo with the target alive. Nothing is recorded while
     // registration is disabled. The target may be null (a class-level call).
     void registerUndoWithTargetHandler(std::shared_ptr<void> target, std::function<void()> action);
-    // Typed form: the handler gets the target.
+    // Typed form: the handler gets the target. A null target records nothing (a call to
+    // nobody), with a log line.
     template <class T, class F>
     void registerUndoWithTarget(const std::shared_ptr<T>& target, F&& handler) {
+        if (!target) {
+            logNullTarget();
+            return;
+        }
         registerUndoWithTargetHandler(std::static_pointer_cast<void>(target),
                                       [target, h = std::forward<F>(handler)]() { h(*target); });
     }
@@ -78,7 +88,8 @@ public:
     bool canRedo() const;
     void undo();
     void redo();
-    // Undoes the innermost group only, without closing an open top-level group first.
+    // Undoes the last group on the undo stack without closing an open event group first;
+    // refused with a log line while any group is open.
     void undoNestedGroup();
     bool isUndoing() const { return state_ == State::Undoing; }
     bool isRedoing() const { return state_ == State::Redoing; }
@@ -114,10 +125,12 @@ private:
     std::vector<std::unique_ptr<Group>>& stackBeingFilled();
     void openGroup();
     void closeGroup();
-    void runGroup(Group& group);
+    void runGroup(const Group& group);
+    void replayGroup(const Group& group, State state);
     void closeGroupAtEndOfPass();
     void trimUndoStack();
     void post(const char* name);
+    static void logNullTarget();
 
     std::vector<std::unique_ptr<Group>> undoStack_;
     std::vector<std::unique_ptr<Group>> redoStack_;
@@ -126,6 +139,7 @@ private:
     int disableCount_ = 0;
     bool groupsByEvent_ = true;
     std::size_t levelsOfUndo_ = 0;
+    KSRunLoop* loop_ = nullptr;  // the loop whose end of pass closes the event group
     std::uint64_t endOfPassToken_ = 0;
 };
 

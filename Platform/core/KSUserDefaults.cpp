@@ -43,9 +43,13 @@ KSUserDefaults& KSUserDefaults::standardUserDefaults() {
     return *instance;
 }
 
-void KSUserDefaults::resetStandardUserDefaults() { standardInstance().reset(); }
+void KSUserDefaults::resetStandardUserDefaults() {
+    standardInstance().reset();
+}
 
-KSUserDefaults::KSUserDefaults(std::string path) : path_(std::move(path)) { load(); }
+KSUserDefaults::KSUserDefaults(std::string path) : path_(std::move(path)) {
+    load();
+}
 
 KSUserDefaults::~KSUserDefaults() = default;
 
@@ -73,9 +77,16 @@ void KSUserDefaults::setObjectForKey(const KSValue& value, std::string_view key)
         removeObjectForKey(key);
         return;
     }
+    if (!KSPropertyList::isValidPropertyList(value)) {
+        KSLog(
+            "KSUserDefaults: refusing a value that a property list cannot hold for the key "
+            "\"%@\": %@",
+            std::string(key), value.description());
+        return;
+    }
     KSValue old = objectForKey(key);
     values_.setObjectForKey(key, value);
-    synchronize();
+    save();
     notify(std::string(key), old);
 }
 
@@ -83,7 +94,7 @@ void KSUserDefaults::removeObjectForKey(std::string_view key) {
     if (!values_.contains(key)) return;
     KSValue old = objectForKey(key);
     values_.removeObjectForKey(key);
-    synchronize();
+    save();
     notify(std::string(key), old);
 }
 
@@ -102,7 +113,9 @@ std::string KSUserDefaults::stringForKey(std::string_view key) const {
     return {};
 }
 
-bool KSUserDefaults::boolForKey(std::string_view key) const { return objectForKey(key).boolValue(); }
+bool KSUserDefaults::boolForKey(std::string_view key) const {
+    return objectForKey(key).boolValue();
+}
 
 std::int64_t KSUserDefaults::integerForKey(std::string_view key) const {
     return objectForKey(key).integerValue();
@@ -122,6 +135,14 @@ KSDictionary KSUserDefaults::dictionaryForKey(std::string_view key) const {
     return v.isDictionary() ? v.asDictionary() : KSDictionary();
 }
 
+void KSUserDefaults::save() {
+    // The value stays set in memory; the failure is told in the log.
+    KSError error;
+    if (!synchronize(&error)) {
+        KSLog("KSUserDefaults: could not save the preferences: %@", error.localizedDescription());
+    }
+}
+
 bool KSUserDefaults::synchronize(KSError* error) {
     namespace fs = std::filesystem;
     std::error_code ec;
@@ -139,19 +160,25 @@ bool KSUserDefaults::synchronize(KSError* error) {
     std::string temporary = path_ + ".tmp";
     {
         std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-        out.write(reinterpret_cast<const char*>(data.data()), static_cast<std::streamsize>(data.size()));
+        out.write(reinterpret_cast<const char*>(data.data()),
+                  static_cast<std::streamsize>(data.size()));
+        out.close();  // a full disk shows only when the buffer is flushed
         if (!out) {
+            int code = errno;
+            fs::remove(temporary, ec);
             KSSetError(error, KSError::errorWithDescription(
-                                  KSPOSIXErrorDomain, errno,
+                                  KSPOSIXErrorDomain, code,
                                   "Could not write the preferences file " + temporary));
             return false;
         }
     }
     fs::rename(temporary, target, ec);
     if (ec) {
-        KSSetError(error, KSError::errorWithDescription(KSPOSIXErrorDomain, ec.value(),
-                                                        "Could not replace " + path_ + ": " +
-                                                            ec.message()));
+        std::error_code ignored;
+        fs::remove(temporary, ignored);
+        KSSetError(error, KSError::errorWithDescription(
+                              KSPOSIXErrorDomain, ec.value(),
+                              "Could not replace " + path_ + ": " + ec.message()));
         return false;
     }
     return true;
@@ -180,7 +207,8 @@ void KSUserDefaults::notify(const std::string& key, const KSValue& oldEffective)
     for (const auto& r : observers_) {
         if (r.key == key) matching.push_back(r.observer);
     }
-    for (const auto& observer : matching) (*observer)(key, now);
+    for (const auto& observer : matching)
+        (*observer)(key, now);
 }
 
 }  // namespace kestrum

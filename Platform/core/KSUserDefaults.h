@@ -38,7 +38,9 @@ public:
 
     // The effective value: set value, else registered default, else null.
     KSValue objectForKey(std::string_view key) const;
-    void setObjectForKey(const KSValue& value, std::string_view key);  // null removes
+    // Sets and saves a value; null removes the key. A value that a property list cannot
+    // hold (an object, a null inside a collection) is refused with a log line.
+    void setObjectForKey(const KSValue& value, std::string_view key);
     void removeObjectForKey(std::string_view key);
     // Registered defaults are merged into those already registered.
     void registerDefaults(const KSDictionary& defaults);
@@ -53,7 +55,9 @@ public:
     void setIntegerForKey(std::int64_t value, std::string_view key) {
         setObjectForKey(KSValue(static_cast<long long>(value)), key);
     }
-    void setDoubleForKey(double value, std::string_view key) { setObjectForKey(KSValue(value), key); }
+    void setDoubleForKey(double value, std::string_view key) {
+        setObjectForKey(KSValue(value), key);
+    }
 
     // The values the user has set (no registered defaults).
     const KSDictionary& persistentValues() const { return values_; }
@@ -66,6 +70,7 @@ public:
 
 private:
     void load();
+    void save();
     void notify(const std::string& key, const KSValue& oldEffective);
 
     std::string path_;

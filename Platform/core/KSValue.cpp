@@ -1,5 +1,6 @@
 #include "Platform/core/KSValue.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -25,8 +26,14 @@ struct CivilTime {
     double second;
 };
 
+// Instants are clamped to about 28,000 years either side of 2001, far beyond any plan, so
+// that years stay within the calendar types' range for absurd or non-finite dates.
+constexpr double kLargestSeconds = 9e11;
+
 CivilTime civilFromReferenceSeconds(double seconds) {
     using namespace std::chrono;
+    if (std::isnan(seconds)) seconds = 0;
+    seconds = std::clamp(seconds, -kLargestSeconds, kLargestSeconds);
     double unixSeconds = seconds + kReferenceDateSince1970;
     double dayCount = std::floor(unixSeconds / 86400.0);
     double secondsOfDay = unixSeconds - dayCount * 86400.0;
@@ -72,26 +79,34 @@ KSDate KSDate::dateWithTimeIntervalSince1970(double seconds) {
     return KSDate{seconds - kReferenceDateSince1970};
 }
 
-KSDate KSDate::now() { return KSClock::now(); }
+KSDate KSDate::now() {
+    return KSClock::now();
+}
 
 double KSDate::timeIntervalSince1970() const {
     return timeIntervalSinceReferenceDate + kReferenceDateSince1970;
 }
 
 std::string KSDate::xmlString() const {
-    CivilTime t = civilFromReferenceSeconds(timeIntervalSinceReferenceDate);
-    int wholeSecond = static_cast<int>(std::floor(t.second));
-    double fraction = t.second - wholeSecond;
+    // Round to whole microseconds first, so that an instant a hair below a whole second
+    // does not print as the second before.
+    double seconds = timeIntervalSinceReferenceDate;
+    if (std::isnan(seconds)) seconds = 0;
+    seconds = std::clamp(seconds, -kLargestSeconds, kLargestSeconds);
+    double scaled = std::round(seconds * 1e6);
+    double wholeSeconds = std::floor(scaled / 1e6);
+    long micros = std::lround(scaled - wholeSeconds * 1e6);
+    CivilTime t = civilFromReferenceSeconds(wholeSeconds);
     char buffer[64];
     std::snprintf(buffer, sizeof buffer, "%04d-%02d-%02dT%02d:%02d:%02d", t.year, t.month, t.day,
-                  t.hour, t.minute, wholeSecond);
+                  t.hour, t.minute, static_cast<int>(t.second));
     std::string text = buffer;
     // Microseconds when the instant is not on a whole second, without trailing zeros.
-    long micros = std::lround(fraction * 1e6);
     if (micros > 0 && micros < 1000000) {
         std::snprintf(buffer, sizeof buffer, ".%06ld", micros);
         std::string digits = buffer;
-        while (!digits.empty() && digits.back() == '0') digits.pop_back();
+        while (!digits.empty() && digits.back() == '0')
+            digits.pop_back();
         text += digits;
     }
     text += 'Z';
@@ -186,7 +201,9 @@ KSValue::KSValue(KSArray array) : storage_(std::make_shared<const KSArray>(std::
 KSValue::KSValue(KSDictionary dictionary)
     : storage_(std::make_shared<const KSDictionary>(std::move(dictionary))) {}
 
-KSValue KSValue::array(std::initializer_list<KSValue> values) { return KSValue(KSArray(values)); }
+KSValue KSValue::array(std::initializer_list<KSValue> values) {
+    return KSValue(KSArray(values));
+}
 
 int KSValue::intValue() const {
     switch (type()) {
@@ -382,7 +399,9 @@ std::string dataDescription(const KSData& data) {
     return out;
 }
 
-void appendIndent(std::string& out, int indent) { out.append(static_cast<std::size_t>(indent) * 4, ' '); }
+void appendIndent(std::string& out, int indent) {
+    out.append(static_cast<std::size_t>(indent) * 4, ' ');
+}
 
 void appendPropertyList(std::string& out, const KSValue& value, int indent) {
     switch (value.type()) {
@@ -544,16 +563,20 @@ std::size_t KSValue::hash() const {
         case Type::Date:
             return std::hash<double>()(asDate().timeIntervalSinceReferenceDate);
         case Type::Data:
-            return std::hash<std::string_view>()(std::string_view(
-                reinterpret_cast<const char*>(asData().data()), asData().size()));
+            return std::hash<std::string_view>()(
+                std::string_view(reinterpret_cast<const char*>(asData().data()), asData().size()));
         case Type::Array: {
             std::size_t h = asArray().size();
-            for (const auto& v : asArray()) h = h * 31 + v.hash();
+            for (const auto& v : asArray())
+                h = h * 31 + v.hash();
             return h;
         }
         case Type::Dictionary: {
+            // Equal dictionaries may differ in order: the entries' hashes are summed.
             std::size_t h = asDictionary().size();
-            for (const auto& [k, v] : asDictionary()) h = h * 31 + std::hash<std::string>()(k);
+            for (const auto& [k, v] : asDictionary()) {
+                h += std::hash<std::string>()(k) * 31 + v.hash();
+            }
             return h;
         }
         case Type::Object:
@@ -565,7 +588,8 @@ std::size_t KSValue::hash() const {
 // --- KSDictionary ------------------------------------------------------------------
 
 KSDictionary::KSDictionary(std::initializer_list<Entry> entries) {
-    for (const auto& entry : entries) setObjectForKey(entry.first, entry.second);
+    for (const auto& entry : entries)
+        setObjectForKey(entry.first, entry.second);
 }
 
 std::ptrdiff_t KSDictionary::indexOf(std::string_view key) const {
@@ -603,12 +627,15 @@ void KSDictionary::removeObjectForKey(std::string_view key) {
     if (i >= 0) entries_.erase(entries_.begin() + i);
 }
 
-void KSDictionary::removeAllObjects() { entries_.clear(); }
+void KSDictionary::removeAllObjects() {
+    entries_.clear();
+}
 
 std::vector<std::string> KSDictionary::allKeys() const {
     std::vector<std::string> keys;
     keys.reserve(entries_.size());
-    for (const auto& entry : entries_) keys.push_back(entry.first);
+    for (const auto& entry : entries_)
+        keys.push_back(entry.first);
     return keys;
 }
 

@@ -85,10 +85,14 @@ public:
     KSValue(KSData data);
     KSValue(KSArray array);
     KSValue(KSDictionary dictionary);
-    template <class T, class = std::enable_if_t<std::is_base_of_v<KSBaseObject, T>>>
+    template <class T,
+              class = std::enable_if_t<std::is_base_of_v<KSBaseObject, T> && !std::is_const_v<T>>>
     KSValue(std::shared_ptr<T> object) {
         if (object) storage_ = std::shared_ptr<KSBaseObject>(std::move(object));
     }
+    // A reference to a const object is kept as a plain object reference.
+    template <class T, class = std::enable_if_t<std::is_base_of_v<KSBaseObject, T>>>
+    KSValue(std::shared_ptr<const T> object) : KSValue(std::const_pointer_cast<T>(object)) {}
 
     // An integer value that was a float in the archive's float reading; convenience for
     // the single-precision reads of the file formats.

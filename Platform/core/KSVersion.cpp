@@ -6,6 +6,8 @@
 
 namespace kestrum {
 
-const char* KSLibraryVersion() { return KESTRUM_VERSION_STRING; }
+const char* KSLibraryVersion() {
+    return KESTRUM_VERSION_STRING;
+}
 
 }  // namespace kestrum

@@ -2,6 +2,7 @@
 
 #include <plist/plist.h>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstdlib>
@@ -36,14 +37,17 @@ plist_t toPlist(const KSValue& value, std::string* problem) {
         case KSValue::Type::String:
             return plist_new_string(value.asString().c_str());
         case KSValue::Type::Date: {
-            // The binary and XML forms hold 32-bit seconds: instants beyond about 68 years
-            // from 2001 are clamped.
+            // libplist takes 32-bit seconds: instants beyond about 68 years from 2001 are
+            // clamped. Whole microseconds, so that the fraction never rounds up to a second.
             double t = value.asDate().timeIntervalSinceReferenceDate;
-            double whole = std::floor(t);
-            double clamped = std::fmax(std::fmin(whole, INT32_MAX), INT32_MIN);
-            auto usec = static_cast<int32_t>(std::lround((t - whole) * 1e6));
-            if (usec >= 1000000) usec = 999999;
-            return plist_new_date(static_cast<int32_t>(clamped), usec);
+            if (std::isnan(t)) t = 0;
+            // Its reading cannot tell a fraction of the second before 2001 from one after:
+            // that one second is kept to the whole second.
+            if (t > -1 && t < 0) t = std::round(t);
+            double micros = std::round(std::clamp(t, double{INT32_MIN}, double{INT32_MAX}) * 1e6);
+            double whole = std::floor(micros / 1e6);
+            return plist_new_date(static_cast<int32_t>(whole),
+                                  static_cast<int32_t>(micros - whole * 1e6));
         }
         case KSValue::Type::Data: {
             const KSData& data = value.asData();
@@ -102,16 +106,17 @@ KSValue fromPlist(plist_t node) {
             return KSValue(d);
         }
         case PLIST_STRING: {
-            char* s = nullptr;
-            plist_get_string_val(node, &s);
-            KSValue v(std::string(s ? s : ""));
-            std::free(s);
-            return v;
+            uint64_t length = 0;
+            const char* s = plist_get_string_ptr(node, &length);
+            return KSValue(std::string(s ? s : "", s ? length : 0));
         }
         case PLIST_DATE: {
+            // libplist answers the seconds truncated toward zero and the size of the
+            // fraction, so before 2001 the fraction counts backwards.
             int32_t sec = 0, usec = 0;
             plist_get_date_val(node, &sec, &usec);
-            return KSValue(KSDate{static_cast<double>(sec) + usec / 1e6});
+            double fraction = usec / 1e6;
+            return KSValue(KSDate{sec < 0 ? sec - fraction : sec + fraction});
         }
         case PLIST_DATA: {
             char* bytes = nullptr;
@@ -126,7 +131,8 @@ KSValue fromPlist(plist_t node) {
             KSArray array;
             uint32_t n = plist_array_get_size(node);
             array.reserve(n);
-            for (uint32_t i = 0; i < n; ++i) array.push_back(fromPlist(plist_array_get_item(node, i)));
+            for (uint32_t i = 0; i < n; ++i)
+                array.push_back(fromPlist(plist_array_get_item(node, i)));
             return KSValue(std::move(array));
         }
         case PLIST_DICT: {
@@ -155,6 +161,59 @@ KSValue fromPlist(plist_t node) {
         default:
             return KSValue();
     }
+}
+
+// --- Binary pre-check -------------------------------------------------------------------
+
+// Reads a big-endian unsigned number of `size` bytes at `at`; false when out of bounds.
+bool readBigEndian(const KSData& data, std::uint64_t at, std::uint64_t size, std::uint64_t* out) {
+    if (size == 0 || size > 8 || at > data.size() || data.size() - at < size) return false;
+    std::uint64_t value = 0;
+    for (std::uint64_t k = 0; k < size; ++k)
+        value = value << 8 | data[at + k];
+    *out = value;
+    return true;
+}
+
+// Whether a binary list holds a string with a NUL character. libplist keeps such strings
+// but aborts on an assertion when one is read as a dictionary key, so they are refused
+// before parsing. Anything this scan cannot follow is left to libplist's own checks.
+bool binaryHasStringWithNul(const KSData& data) {
+    if (data.size() < 40) return false;
+    std::size_t trailer = data.size() - 32;
+    std::uint64_t offsetSize = data[trailer + 6];
+    std::uint64_t objectCount = 0, tableOffset = 0;
+    if (!readBigEndian(data, trailer + 8, 8, &objectCount) ||
+        !readBigEndian(data, trailer + 24, 8, &tableOffset) || offsetSize == 0 ||
+        tableOffset >= trailer) {
+        return false;
+    }
+    objectCount = std::min<std::uint64_t>(objectCount, (trailer - tableOffset) / offsetSize);
+    for (std::uint64_t i = 0; i < objectCount; ++i) {
+        std::uint64_t offset = 0;
+        if (!readBigEndian(data, tableOffset + i * offsetSize, offsetSize, &offset) ||
+            offset >= trailer) {
+            continue;
+        }
+        std::uint8_t marker = data[offset];
+        int kind = marker >> 4;
+        if (kind != 0x5 && kind != 0x6) continue;  // ASCII and UTF-16 strings
+        std::uint64_t count = marker & 0x0F;
+        std::uint64_t start = offset + 1;
+        if (count == 0x0F) {
+            if (start >= trailer || (data[start] >> 4) != 0x1) continue;
+            std::uint64_t size = std::uint64_t{1} << (data[start] & 0x0F);
+            if (!readBigEndian(data, start + 1, size, &count)) continue;
+            start += 1 + size;
+        }
+        std::uint64_t unit = kind == 0x6 ? 2 : 1;
+        if (count > (trailer - std::min<std::uint64_t>(start, trailer)) / unit) continue;
+        for (std::uint64_t k = 0; k < count; ++k) {
+            std::uint64_t at = start + k * unit;
+            if (data[at] == 0 && (unit == 1 || data[at + 1] == 0)) return true;
+        }
+    }
+    return false;
 }
 
 // --- Old-style text parser -------------------------------------------------------------
@@ -211,7 +270,8 @@ private:
             for (std::size_t i = 0; i < pos_ && i < text_.size(); ++i) {
                 if (text_[i] == '\n') ++line;
             }
-            error_ = KSStringWithFormat("%@ at line %lu", message, static_cast<unsigned long>(line));
+            error_ =
+                KSStringWithFormat("%@ at line %lu", message, static_cast<unsigned long>(line));
         }
         return false;
     }
@@ -231,11 +291,13 @@ private:
             if (c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v') {
                 ++pos_;
             } else if (c == '/' && pos_ + 1 < text_.size() && text_[pos_ + 1] == '/') {
-                while (pos_ < text_.size() && text_[pos_] != '\n') ++pos_;
+                while (pos_ < text_.size() && text_[pos_] != '\n')
+                    ++pos_;
             } else if (c == '/' && pos_ + 1 < text_.size() && text_[pos_ + 1] == '*') {
                 std::size_t end = text_.find("*/", pos_ + 2);
                 pos_ = end == std::string_view::npos ? text_.size() : end + 2;
-            } else if (static_cast<unsigned char>(c) == 0xEF && text_.substr(pos_, 3) == "\xEF\xBB\xBF") {
+            } else if (static_cast<unsigned char>(c) == 0xEF &&
+                       text_.substr(pos_, 3) == "\xEF\xBB\xBF") {
                 pos_ += 3;  // byte-order mark
             } else {
                 break;
@@ -378,7 +440,8 @@ private:
         char quote = text_[pos_];
         if (quote != '"' && quote != '\'') {
             std::size_t start = pos_;
-            while (pos_ < text_.size() && isPlain(text_[pos_])) ++pos_;
+            while (pos_ < text_.size() && isPlain(text_[pos_]))
+                ++pos_;
             if (pos_ == start) return fail("expected a string");
             out->assign(text_.substr(start, pos_ - start));
             return true;
@@ -468,6 +531,11 @@ KSError plistError(const std::string& message) {
 KSData KSPropertyList::dataFromPropertyList(const KSValue& value, KSPropertyListFormat format,
                                             KSError* error) {
     if (format == KSPropertyListFormat::OpenStep) {
+        if (!isValidPropertyList(value)) {
+            KSSetError(error, plistError("Property list invalid for format: cannot hold " +
+                                         value.description()));
+            return {};
+        }
         std::string text = openStepString(value);
         return KSData(text.begin(), text.end());
     }
@@ -488,7 +556,8 @@ KSData KSPropertyList::dataFromPropertyList(const KSValue& value, KSPropertyList
         KSSetError(error, plistError("Property list could not be written"));
         return {};
     }
-    KSData data(reinterpret_cast<std::uint8_t*>(bytes), reinterpret_cast<std::uint8_t*>(bytes) + length);
+    KSData data(reinterpret_cast<std::uint8_t*>(bytes),
+                reinterpret_cast<std::uint8_t*>(bytes) + length);
     if (format == KSPropertyListFormat::Binary) {
         plist_to_bin_free(bytes);
     } else {
@@ -497,6 +566,32 @@ KSData KSPropertyList::dataFromPropertyList(const KSValue& value, KSPropertyList
     return data;
 }
 
+namespace {
+
+// Turns what libplist read into a value; a missing root or one with no value is an error.
+KSValue valueFromRoot(plist_t root, const char* kind, KSError* error) {
+    if (!root) {
+        KSSetError(error, plistError(std::string("Malformed ") + kind + " property list"));
+        return KSValue();
+    }
+    PlistPtr holder(root);
+    KSValue value = fromPlist(root);
+    if (value.isNull()) {
+        KSSetError(error, plistError(std::string("The ") + kind + " property list holds no value"));
+    }
+    return value;
+}
+
+bool looksLikeXML(std::string_view text) {
+    std::size_t first = text.find_first_not_of(" \t\r\n");
+    if (first == std::string_view::npos) return false;
+    text.remove_prefix(first);
+    return text.substr(0, 5) == "<?xml" || text.substr(0, 9) == "<!DOCTYPE" ||
+           text.substr(0, 6) == "<plist";
+}
+
+}  // namespace
+
 KSValue KSPropertyList::propertyListFromData(const KSData& data, KSPropertyListFormat* format,
                                              KSError* error) {
     if (data.empty()) {
@@ -504,47 +599,34 @@ KSValue KSPropertyList::propertyListFromData(const KSData& data, KSPropertyListF
         return KSValue();
     }
     const char* bytes = reinterpret_cast<const char*>(data.data());
-    auto length = static_cast<uint32_t>(std::min<std::size_t>(data.size(), UINT32_MAX));
-    if (plist_is_binary(bytes, length)) {
-        plist_t root = nullptr;
-        plist_from_bin(bytes, length, &root);
-        if (!root) {
-            KSSetError(error, plistError("Malformed binary property list"));
-            return KSValue();
-        }
-        PlistPtr holder(root);
-        if (format) *format = KSPropertyListFormat::Binary;
-        return fromPlist(root);
-    }
-    std::string_view text(bytes, data.size());
-    std::size_t first = text.find_first_not_of(" \t\r\n");
-    if (first != std::string_view::npos && text.substr(first, 5) == "<?xml") {
-        plist_t root = nullptr;
-        plist_from_xml(bytes, length, &root);
-        if (!root) {
-            KSSetError(error, plistError("Malformed XML property list"));
-            return KSValue();
-        }
-        PlistPtr holder(root);
-        if (format) *format = KSPropertyListFormat::XML;
-        return fromPlist(root);
-    }
-    if (first != std::string_view::npos && text.substr(first, 7) == "<plist ") {
-        plist_t root = nullptr;
-        plist_from_xml(bytes, length, &root);
-        if (root) {
-            PlistPtr holder(root);
-            if (format) *format = KSPropertyListFormat::XML;
-            return fromPlist(root);
-        }
-    }
-    KSError parseError;
-    KSValue value = propertyListFromString(text, &parseError);
-    if (value.isNull()) {
-        KSSetError(error, parseError);
+    if (data.size() > UINT32_MAX) {
+        KSSetError(error, plistError("Property list is too large"));
         return KSValue();
     }
-    if (format) *format = KSPropertyListFormat::OpenStep;
+    auto length = static_cast<uint32_t>(data.size());
+    std::string_view text(bytes, data.size());
+    KSValue value;
+    KSPropertyListFormat found;
+    if (plist_is_binary(bytes, length)) {
+        if (binaryHasStringWithNul(data)) {
+            KSSetError(error, plistError("Malformed binary property list: a string holds a NUL "
+                                         "character"));
+            return KSValue();
+        }
+        plist_t root = nullptr;
+        plist_from_bin(bytes, length, &root);
+        value = valueFromRoot(root, "binary", error);
+        found = KSPropertyListFormat::Binary;
+    } else if (looksLikeXML(text)) {
+        plist_t root = nullptr;
+        plist_from_xml(bytes, length, &root);
+        value = valueFromRoot(root, "XML", error);
+        found = KSPropertyListFormat::XML;
+    } else {
+        value = propertyListFromString(text, error);
+        found = KSPropertyListFormat::OpenStep;
+    }
+    if (!value.isNull() && format) *format = found;
     return value;
 }
 

@@ -7,7 +7,9 @@
 //
 // Integers, doubles, booleans, strings, dates, data, arrays and dictionaries map both
 // ways. The old-style text has no types other than strings, data, arrays and
-// dictionaries: numbers and dates come back as strings, as on the platform.
+// dictionaries: numbers and dates come back as strings, as on the platform. Limits of
+// libplist: dates are kept between 1933 and 2069 (32-bit seconds from 2001), to the
+// microsecond in the binary form and to the second in XML; XML writes -0.0 as 0.
 #pragma once
 
 #include <string>
@@ -19,9 +21,9 @@
 namespace kestrum {
 
 enum class KSPropertyListFormat {
-    OpenStep = 1,   // old-style text
-    XML = 100,      // XML, version 1.0
-    Binary = 200,   // binary, version 00
+    OpenStep = 1,  // old-style text
+    XML = 100,     // XML, version 1.0
+    Binary = 200,  // binary, version 00
 };
 
 class KSPropertyList {

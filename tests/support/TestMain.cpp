@@ -2,11 +2,11 @@
 // that every test sees the same world.
 #include <gtest/gtest.h>
 
+#include <unistd.h>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <string>
-#include <unistd.h>
 
 #include "Platform/core/KSClock.h"
 #include "Platform/core/KSLocalization.h"
@@ -20,8 +20,9 @@ int main(int argc, char** argv) {
     unsetenv("LANG");
     unsetenv("LC_MESSAGES");
     // Preferences go to a private folder per process.
-    std::string folder = (std::filesystem::temp_directory_path() /
-                          ("kestrum-test-" + std::to_string(getpid()))).string();
+    std::string folder =
+        (std::filesystem::temp_directory_path() / ("kestrum-test-" + std::to_string(getpid())))
+            .string();
     if (!std::getenv("KESTRUM_CONFIG_DIR")) setenv("KESTRUM_CONFIG_DIR", folder.c_str(), 1);
     kestrum::KSLocalization::reset();
     ::testing::InitGoogleTest(&argc, argv);
