@@ -56,6 +56,7 @@ void KSTask::setTitle(const std::optional<std::string>& title) {
     willChangeValueForKey("title");
     title_ = title;
     didChangeValueForKey("title");
+    titleDidChange();
 }
 
 TMDifferenceEngine* KSTask::differenceEngine() const {
