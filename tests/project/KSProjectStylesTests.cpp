@@ -140,7 +140,6 @@ TEST_F(StylesTest, AnItemStyleCascadesFromTheBaseAndIsOwnedUnderStyle) {
     EXPECT_TRUE(
         LRColorsEqual(style->colorForAttribute(HLTextColorStyleAttribute), LRColor::redColor()));
     task->setTitle(std::string("Site survey"));
-    task->titleDidChange();
     EXPECT_EQ(style->selectionRelativeName(), "Site survey");
     EXPECT_EQ(std::make_shared<KSTask>()->style(), nullptr);  // no project, no style
 }
