@@ -14,6 +14,7 @@
 #include "Platform/core/KSLocalization.h"
 #include "Platform/core/KSUserDefaults.h"
 #include "Platform/difference/TMDifferenceEngine.h"
+#include "Platform/styles/HLStyle.h"
 
 namespace kestrum {
 

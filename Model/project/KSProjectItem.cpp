@@ -10,6 +10,7 @@
 #include "Platform/core/KSLocalization.h"
 #include "Platform/core/KSLog.h"
 #include "Platform/difference/TMDifferenceEngine.h"
+#include "Platform/styles/HLStyle.h"
 
 namespace kestrum {
 
@@ -51,6 +52,18 @@ const KSClassInfo& KSProjectItem::staticClassInfo() {
                         &KSProjectItem::setSequenceNumber);
             b.dependentKeys("isGroup", {"childrenSet"});
             b.dependentKeys("notesAllowingNil", {"hasNote", "NoteContents"});
+            b.custom("style", KSValue::Type::Object, [](const KSProjectItem& i) {
+                auto style = i.style();
+                return style ? KSValue(style) : KSValue();
+            });
+            b.custom(
+                "styleDict", KSValue::Type::Dictionary,
+                [](const KSProjectItem& i) { return i.styleDict(); },
+                [](KSProjectItem& i, const KSValue& v) {
+                    if (!v.isNull() && !v.isDictionary()) return false;
+                    i.setStyleDict(v);
+                    return true;
+                });
             b.dependentKeys("styleDict", {"style"});
         });
     return info;
@@ -59,6 +72,7 @@ const KSClassInfo& KSProjectItem::staticClassInfo() {
 KSProjectItem::KSProjectItem() = default;
 
 KSProjectItem::~KSProjectItem() {
+    releaseStyle();
     // Children outlive their parent only through other owners; they must not point back.
     if (children_) {
         for (const auto& child : *children_) {

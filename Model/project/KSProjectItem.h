@@ -10,6 +10,10 @@
 // It also gives outline positions and comparators, sequence numbers for ordering a
 // selection, and the user-data walks over a subtree. Tasks and resources derive from it.
 //
+// Each item has a style, made on first read once the item is in a project: it cascades
+// from the project's styles (cascadeStyles) and is owned by the item under "style", so
+// that its changes are undoable changes of the item ("styleDict" in files and logs).
+//
 //   parent->insertObjectInChildrenAtIndex(task, 0);   // "Add Task"
 //   parent->insertObjectInChildrenAtIndex(task, 2);   // "Move Task"
 #pragma once
@@ -22,10 +26,15 @@
 #include <vector>
 
 #include "Model/project/KSObject.h"
+#include "Platform/styles/HLStyleOwner.h"
 
 namespace kestrum {
 
+class HLStyle;
 class KSProjectItem;
+
+// The indentation of an outline's children (points), set on a root item's private style.
+extern const char* const TWItemChildIndentationStyleAttribute;  // "item-child-indentation"
 
 using KSProjectItemList = std::vector<std::shared_ptr<KSProjectItem>>;
 // Less-than ordering of items, the form sort descriptors take here.
@@ -38,7 +47,7 @@ enum KSComparisonResult : int {
     KSOrderedDescending = 1,
 };
 
-class KSProjectItem : public KSObject {
+class KSProjectItem : public KSObject, public HLStyleOwner {
     KS_DECLARE_CLASS()
 public:
     KSProjectItem();
@@ -184,6 +193,25 @@ public:
     TMObject* parentSnapshot() const override { return nonretainedParent_; }
     std::vector<std::shared_ptr<TMObject>> childrenSnapshot() const override;
 
+    // --- Styles --------------------------------------------------------------------------
+    // The styles this item's style cascades from: the project's base style here.
+    virtual std::vector<std::shared_ptr<HLStyle>> cascadeStyles() const;
+    // The item's style, made on first read when the project has a style context (null
+    // otherwise). A root's style cascades from the base style and a private style that
+    // indents children by 5 points, and has no owner and no undo.
+    std::shared_ptr<HLStyle> style() const;
+    // The style's property-list form with inherited named styles; null without a style
+    // or for an empty one.
+    KSValue styleDict() const;
+    // Null clears the style's own attributes and named styles; a property list replaces
+    // them (undoably, through the style).
+    void setStyleDict(const KSValue& propertyList);
+    // HLStyleOwner: a change of the style is a change of "style" (and so of "styleDict").
+    void styleWillChange(HLStyle& style, const HLStyleChange& change) override;
+    void styleDidChange(HLStyle& style, const HLStyleChange& change) override;
+    // Called by subclasses when the title changed: the style shows the new title.
+    virtual void titleDidChange();
+
 protected:
     // Names the open undo group "<format> <type>" ("Move %@" with "Task").
     void setTreeActionName(std::string_view format) const;
@@ -194,6 +222,10 @@ private:
     std::uint32_t sequenceNumber_ = 0;
     bool hasBeenIndented_ = false;
     bool shouldIncludeInSequence_ = false;
+    mutable std::shared_ptr<HLStyle> style_;
+
+    // Detaches the style from this item before it goes.
+    void releaseStyle();
 };
 
 }  // namespace kestrum

@@ -5,8 +5,10 @@
 #include "Model/changes/KSDifferenceEngine.h"
 #include "Model/engine/KSCriticalPath.h"
 #include "Model/project/KSProject.h"
+#include "Model/project/KSScenarioPlaceholder.h"
 #include "Model/resources/KSResource.h"
 #include "Model/tasks/KSTask.h"
+#include "Model/worktime/KSSchedule.h"
 #include "Platform/core/KSLocalization.h"
 #include "Platform/core/KSNotificationCenter.h"
 #include "Platform/core/KSUUID.h"
@@ -53,6 +55,11 @@ const KSClassInfo& KSScenario::staticClassInfo() {
                 });
             b.attribute("scheduleGranularity", &KSScenario::scheduleGranularity,
                         &KSScenario::setScheduleGranularity);
+            b.readOnly("hasFixedEndDate", &KSScenario::hasFixedEndDate);
+            b.readOnly("hasGenericDates", &KSScenario::hasGenericDates);
+            b.custom("currentEditingDate", KSValue::Type::Date, [](const KSScenario& s) {
+                return KSValueTraits<KSDateTime>::toValue(s.currentEditingDate());
+            });
             b.custom("milestones", KSValue::Type::Array, [](const KSScenario& s) {
                 KSArray list;
                 for (const auto& task : s.milestones())
@@ -142,6 +149,7 @@ void KSScenario::makeRoots() {
     addCriticalPath(std::make_shared<KSCriticalPath>(rootTask_));
 
     rootResource_ = std::make_shared<KSResource>();
+    rootResource_->copySchedule(*KSSchedule::standardWorkHours());
     rootResource_->setObjectId(-1);
     rootResource_->setScenario(this);
     if (um) um->enableUndoRegistration();
@@ -163,9 +171,36 @@ void KSScenario::invalidate() {
 
 void KSScenario::setName(const std::string& name) {
     if (name == name_) return;
+    registerUndo<KSScenario>([old = name_](KSScenario& s) { s.setName(old); });
+    if (nonretainedProject_) nonretainedProject_->willChangeValueForKey("scenarioPlaceholders");
     willChangeValueForKey("name");
     name_ = name;
+    if (nonretainedProject_) {
+        if (auto holder = nonretainedProject_->placeholderForScenario(*this)) holder->setName(name);
+    }
     didChangeValueForKey("name");
+    if (nonretainedProject_) nonretainedProject_->didChangeValueForKey("scenarioPlaceholders");
+}
+
+void KSScenario::setStoredFixedDate(const KSDateTime& date) {
+    if (date.isIdenticalTo(fixedDate_)) return;
+    willChangeValueForKey("fixedDate");
+    fixedDate_ = date;
+    didChangeValueForKey("fixedDate");
+}
+
+void KSScenario::setStoredHasFixedEndDate(bool flag) {
+    if (flag == hasFixedEndDate_) return;
+    willChangeValueForKey("hasFixedEndDate");
+    hasFixedEndDate_ = flag;
+    didChangeValueForKey("hasFixedEndDate");
+}
+
+void KSScenario::setCurrentEditingDate(const KSDateTime& date) {
+    if (date.isIdenticalTo(currentEditingDate_)) return;
+    currentEditingDate_ = date;
+    KSNotificationCenter::defaultCenter().postNotificationName(KSProjectDidChangeNotification,
+                                                               this);
 }
 
 const std::string& KSScenario::scenarioUUID() const {

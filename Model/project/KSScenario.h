@@ -26,6 +26,7 @@
 
 #include "Model/project/KSObject.h"
 #include "Model/project/KSTaskSet.h"
+#include "Model/worktime/KSDateTime.h"
 #include "Model/worktime/KSScheduleGranularity.h"
 
 namespace kestrum {
@@ -67,12 +68,31 @@ public:
 
     // --- Fields -------------------------------------------------------------------------
     const std::string& name() const { return name_; }
+    // Undoable; announced as a change of the project's "scenarioPlaceholders" too, and
+    // written into the placeholder that holds the scenario.
     void setName(const std::string& name);
     // The identity; made on first read.
     const std::string& scenarioUUID() const;
     void setScenarioUUID(std::string uuid) { scenarioUUID_ = std::move(uuid); }
     KSScheduleGranularity scheduleGranularity() const { return scheduleGranularity_; }
     void setScheduleGranularity(KSScheduleGranularity granularity);
+
+    // --- Anchor fields (the anchor's setters, which move the plan, build on these) ---------
+    // The anchor date as stored; null means generic dates.
+    const KSDateTime& storedFixedDate() const { return fixedDate_; }
+    // Stores the anchor date as read from a file: no shift of the plan, no undo.
+    void setStoredFixedDate(const KSDateTime& date);
+    // Whether no real anchor date is stored.
+    bool hasGenericDates() const { return fixedDate_.isNull(); }
+    // False: the anchor is the plan's start and tasks schedule forward; true: the end.
+    bool hasFixedEndDate() const { return hasFixedEndDate_; }
+    // Stores the side as read from a file: no shift of the plan, no undo.
+    void setStoredHasFixedEndDate(bool flag);
+    // The date the user treats as now; null means today.
+    const KSDateTime& currentEditingDate() const { return currentEditingDate_; }
+    // Stores the date; a different one posts "KSProjectDidChangeNotification" at once.
+    // Not undoable.
+    void setCurrentEditingDate(const KSDateTime& date);
 
     const std::shared_ptr<KSTask>& rootTask() const { return rootTask_; }
     const std::shared_ptr<KSResource>& rootResource() const { return rootResource_; }
@@ -245,6 +265,9 @@ private:
     std::string name_;
     mutable std::string scenarioUUID_;
     KSScheduleGranularity scheduleGranularity_ = KSScheduleGranularityExact;
+    KSDateTime fixedDate_;
+    bool hasFixedEndDate_ = false;
+    KSDateTime currentEditingDate_;
     std::shared_ptr<KSTask> prototypeTask_;
     std::shared_ptr<KSTask> prototypeMilestone_;
     std::shared_ptr<KSTask> prototypeTaskGroup_;

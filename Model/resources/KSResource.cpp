@@ -3,6 +3,7 @@
 #include "Model/changes/KSDifferenceEngine.h"
 #include "Model/project/KSProject.h"
 #include "Model/project/KSScenario.h"
+#include "Model/worktime/KSSchedule.h"
 #include "Platform/core/KSLocalization.h"
 
 namespace kestrum {
@@ -16,6 +17,10 @@ const KSClassInfo& KSResource::staticClassInfo() {
 
 KSResource::KSResource() = default;
 KSResource::~KSResource() = default;
+
+void KSResource::copySchedule(const KSSchedule& schedule) {
+    schedule_ = schedule.copy();
+}
 
 TMDifferenceEngine* KSResource::differenceEngine() const {
     KSScenario* owner = scenario();

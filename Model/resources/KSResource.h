@@ -6,12 +6,15 @@
 // code.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "Model/project/KSProjectItem.h"
 
 namespace kestrum {
+
+class KSSchedule;
 
 class KSResource : public KSProjectItem {
     KS_DECLARE_CLASS()
@@ -22,6 +25,10 @@ public:
     // A prototype is a template of new resources and never scheduled.
     bool isPrototype() const { return isPrototype_; }
     void setIsPrototype(bool flag) { isPrototype_ = flag; }
+    // The resource's work calendar; the root resource's is the plan's default.
+    const std::shared_ptr<KSSchedule>& schedule() const { return schedule_; }
+    // Replaces the schedule by a copy of `schedule`.
+    void copySchedule(const KSSchedule& schedule);
 
     TMDifferenceEngine* differenceEngine() const override;
     std::vector<std::string> userDataKeys() const override;
@@ -30,6 +37,7 @@ public:
 
 private:
     bool isPrototype_ = false;
+    std::shared_ptr<KSSchedule> schedule_;
 };
 
 }  // namespace kestrum

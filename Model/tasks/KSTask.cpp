@@ -286,6 +286,7 @@ void KSTask::setTitle(const std::optional<std::string>& title) {
     willChangeValueForKey("title");
     title_ = title;
     didChangeValueForKey("title");
+    titleDidChange();
     if (isSplitTask_) {
         KSTaskList chunks;
         _childrenTasks(chunks);

@@ -74,8 +74,9 @@ TEST_F(EditCycleTest, TasksDirtiedDuringAPassRunInThatPassWithoutANewCall) {
 }
 
 TEST_F(EditCycleTest, LevelingRunsAtMostOncePerPassEvenWhenItDirtiesTasks) {
-    project->setAutoLevelResources(true);
+    project->setAutoLevelResources(true);  // levels the actual plan at once
     drain();
+    scenario->levelCount = 0;
     scenario->onLevel = [&] { a->_needsSchedulingRecomputation(); };
     a->setEffort(6);
     b->setEffort(6);
@@ -95,8 +96,9 @@ TEST_F(EditCycleTest, NoLevelingWithoutAutomaticLeveling) {
 }
 
 TEST_F(EditCycleTest, DelayedLevelingRunsWhenTheDelayEnds) {
-    project->setAutoLevelResources(true);
+    project->setAutoLevelResources(true);  // levels the actual plan at once
     drain();
+    scenario->levelCount = 0;
     scenario->setDelayAutoleveling(true);
     a->setEffort(8);
     drain();

@@ -65,7 +65,7 @@ TEST_F(ProjectTest, InvalidationDetachesEverythingAndStopsRecomputation) {
 TEST_F(ProjectTest, RemovingAScenarioStopsItsUndoObservation) {
     auto other = std::make_shared<CountingScenario>();
     project->addScenario(other);
-    EXPECT_EQ(project->scenarios().size(), 2u);
+    EXPECT_EQ(project->scenarioPlaceholders().size(), 2u);
     project->removeScenario(other);
     EXPECT_EQ(other->project(), nullptr);
     auto task = std::make_shared<RecordingTask>();

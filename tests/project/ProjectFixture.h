@@ -92,6 +92,21 @@ public:
     std::function<void()> onLevel;
 };
 
+// Counts the "KSProjectDidChangeNotification"s of one scenario.
+class ChangeCounter {
+public:
+    explicit ChangeCounter(KSScenario* scenario) {
+        token_ = KSNotificationCenter::defaultCenter().addObserver(
+            nullptr, KSProjectDidChangeNotification, scenario,
+            [this](const KSNotification&) { ++count; });
+    }
+    ~ChangeCounter() { KSNotificationCenter::defaultCenter().removeObserver(token_); }
+    int count = 0;
+
+private:
+    KSNotificationCenter::Token token_;
+};
+
 class ProjectTest : public ::testing::Test {
 protected:
     void SetUp() override {
