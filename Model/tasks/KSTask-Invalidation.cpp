@@ -1,0 +1,337 @@
+// KSTask: the invalidation walks.
+//
+// An invalidation clears one cache, marks the task for the scenario's next recomputation
+// and sets off further invalidations along fixed rules: up to the parent, down to the
+// children, along active links. An already empty cache stops a walk, since nothing
+// computed can hang from it; that bounds a walk to what had been computed.
+//
+// The walks run from an explicit work list of frames, one per invalidation under way, in
+// exactly the order a recursive reading of the rules gives (a walk set off by another
+// runs to its end before the one that set it off goes on). So a chain of thousands of
+// linked tasks costs no stack, and the will-invalidate notice goes out once per task
+// and outer walk, as the flag alreadySentDatesChangedNotification intends.
+#include "Model/project/KSScenario.h"
+#include "Model/tasks/KSDependency.h"
+#include "Model/tasks/KSTask.h"
+#include "Platform/core/KSNotificationCenter.h"
+
+namespace kestrum {
+
+struct KSTask::InvalidationFrame {
+    KSTask* task;
+    InvalidationWalk walk;
+    std::uint8_t step;
+    bool savedNotice;
+    std::size_t index;
+};
+
+namespace {
+
+// The next active link at or after `index` whose `end` task exists; advances `index`
+// past it. Null when none is left.
+KSTask* nextLinkedTask(const KSDependencyList& links, std::size_t& index, bool toDependent) {
+    while (index < links.size()) {
+        const KSDependency& link = *links[index++];
+        KSTask* task = toDependent ? link.dependent() : link.prerequisite();
+        if (link.isActive() && task) return task;
+    }
+    return nullptr;
+}
+
+KSTask* nextChild(const KSTask& task, std::size_t& index) {
+    if (!task.children() || index >= task.children()->size()) return nullptr;
+    return static_cast<KSTask*>((*task.children())[index++].get());
+}
+
+}  // namespace
+
+void KSTask::invalidateAbsoluteStartLimit() {
+    _invalidate(InvalidationWalk::AbsoluteStart);
+}
+void KSTask::invalidateAbsoluteEndLimit() {
+    _invalidate(InvalidationWalk::AbsoluteEnd);
+}
+void KSTask::invalidateEarliestPossibleEnd() {
+    _invalidate(InvalidationWalk::EarliestEnd);
+}
+void KSTask::invalidateLatestPossibleStart() {
+    _invalidate(InvalidationWalk::LatestStart);
+}
+void KSTask::invalidateCurrentStartLimit() {
+    _invalidate(InvalidationWalk::CurrentStart);
+}
+void KSTask::invalidateCurrentEndLimit() {
+    _invalidate(InvalidationWalk::CurrentEnd);
+}
+void KSTask::invalidateStartDate() {
+    _invalidate(InvalidationWalk::Start);
+}
+void KSTask::invalidateEndDate() {
+    _invalidate(InvalidationWalk::End);
+}
+
+void KSTask::_invalidate(InvalidationWalk walk) {
+    // One list per thread; a walk started from inside another (a notice observer, split
+    // rejoining) works above the frames of the one it interrupted.
+    thread_local std::vector<InvalidationFrame> frames;
+    const std::size_t base = frames.size();
+    const bool fixedEnd = _planHasFixedEndDate();
+    frames.push_back(InvalidationFrame{this, walk, 0, false, 0});
+    while (frames.size() > base) {
+        const std::size_t top = frames.size() - 1;
+        InvalidationFrame frame = frames[top];
+        InvalidationFrame next{};
+        bool pushNext = false;
+        bool goesOn = frame.task->_invalidationStep(frame, fixedEnd, next, pushNext);
+        // The step may have run nested walks; they have all ended, so `top` is still the top.
+        if (!goesOn) {
+            frames.pop_back();
+            continue;
+        }
+        frames[top] = frame;
+        if (pushNext) frames.push_back(next);
+    }
+}
+
+void KSTask::_postWillInvalidateDates() {
+    if (_isGroupTask() || flags_.alreadySentDatesChangedNotification) return;
+    KSNotificationCenter::defaultCenter().postNotificationName(
+        KSTaskWillInvalidateDatesNotification, this);
+}
+
+bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, InvalidationFrame& next,
+                               bool& pushNext) {
+    auto setOff = [&](KSTask* task, InvalidationWalk walk) {
+        next = InvalidationFrame{task, walk, 0, false, 0};
+        pushNext = true;
+        return true;
+    };
+    auto toStep = [&](std::uint8_t step) {
+        frame.step = step;
+        frame.index = 0;
+    };
+    switch (frame.walk) {
+        case InvalidationWalk::AbsoluteStart:
+            switch (frame.step) {
+                case 0:
+                    // These run even when the walk stops here.
+                    flags_.absoluteStartLimitDidChange = 1;
+                    levelingStartLimit_ = KSDateTime();
+                    flags_.levelingStartLimitIsValid = 0;
+                    if (absoluteStartLimit_.isNull()) return false;
+                    absoluteStartLimit_ = KSDateTime();
+                    _needsSchedulingRecomputation();
+                    toStep(1);
+                    return setOff(this, InvalidationWalk::EarliestEnd);
+                case 1:
+                    if (KSTask* child = nextChild(*this, frame.index))
+                        return setOff(child, InvalidationWalk::AbsoluteStart);
+                    toStep(2);
+                    return true;
+                case 2:
+                    if (KSTask* after = nextLinkedTask(dependents_, frame.index, true))
+                        return setOff(after, InvalidationWalk::AbsoluteStart);
+                    toStep(3);
+                    if (fixedEnd && (isAsSoonAsPossible() || isHammockTask()))
+                        return setOff(this, InvalidationWalk::Start);
+                    return true;
+                default:
+                    return false;
+            }
+        case InvalidationWalk::AbsoluteEnd:
+            switch (frame.step) {
+                case 0:
+                    flags_.absoluteEndLimitDidChange = 1;
+                    levelingEndLimit_ = KSDateTime();
+                    flags_.levelingEndLimitIsValid = 0;
+                    if (absoluteEndLimit_.isNull()) return false;
+                    absoluteEndLimit_ = KSDateTime();
+                    _needsSchedulingRecomputation();
+                    toStep(1);
+                    return setOff(this, InvalidationWalk::LatestStart);
+                case 1:
+                    if (KSTask* child = nextChild(*this, frame.index))
+                        return setOff(child, InvalidationWalk::AbsoluteEnd);
+                    // No links are walked on this side: no mirror of the start side's step.
+                    toStep(2);
+                    if (!fixedEnd && (isAsLateAsPossible() || isHammockTask()))
+                        return setOff(this, InvalidationWalk::End);
+                    return true;
+                default:
+                    return false;
+            }
+        case InvalidationWalk::EarliestEnd:
+            switch (frame.step) {
+                case 0:
+                    if (earliestPossibleEnd_.isNull()) return false;
+                    earliestPossibleEnd_ = KSDateTime();
+                    _needsSchedulingRecomputation();
+                    if (KSTask* p = parentTask()) {
+                        toStep(2);
+                        return setOff(p, InvalidationWalk::EarliestEnd);
+                    }
+                    toStep(1);
+                    return setOff(this, InvalidationWalk::AbsoluteEnd);
+                case 1:
+                    toStep(2);
+                    return setOff(this, InvalidationWalk::CurrentEnd);
+                case 2:
+                    if (KSTask* after = nextLinkedTask(dependents_, frame.index, true))
+                        return setOff(after, InvalidationWalk::AbsoluteStart);
+                    return false;
+                default:
+                    return false;
+            }
+        case InvalidationWalk::LatestStart:
+            switch (frame.step) {
+                case 0:
+                    if (latestPossibleStart_.isNull()) return false;
+                    latestPossibleStart_ = KSDateTime();
+                    _needsSchedulingRecomputation();
+                    if (KSTask* p = parentTask()) {
+                        toStep(2);
+                        return setOff(p, InvalidationWalk::LatestStart);
+                    }
+                    toStep(1);
+                    return setOff(this, InvalidationWalk::AbsoluteStart);
+                case 1:
+                    toStep(2);
+                    return setOff(this, InvalidationWalk::CurrentStart);
+                case 2:
+                    // The link's dependent is this task itself: the prerequisite's own
+                    // limit is not touched here.
+                    if (KSTask* self = nextLinkedTask(prerequisites_, frame.index, true))
+                        return setOff(self, InvalidationWalk::AbsoluteEnd);
+                    return false;
+                default:
+                    return false;
+            }
+        case InvalidationWalk::CurrentStart:
+            switch (frame.step) {
+                case 0:
+                    // The excluding twin is not looked at: an empty limit stops the walk.
+                    if (currentStartLimit_.isNull()) return false;
+                    currentStartLimit_ = KSDateTime();
+                    currentStartLimitExcludingOppositeScheduling_ = KSDateTime();
+                    _needsSchedulingRecomputation();
+                    toStep(1);
+                    return true;
+                case 1:
+                    if (KSTask* child = nextChild(*this, frame.index))
+                        return setOff(child, InvalidationWalk::CurrentStart);
+                    toStep(2);
+                    if (!fixedEnd && (isAsSoonAsPossible() || isHammockTask()))
+                        return setOff(this, InvalidationWalk::Start);
+                    return true;
+                default:
+                    return false;
+            }
+        case InvalidationWalk::CurrentEnd:
+            switch (frame.step) {
+                case 0:
+                    if (currentEndLimit_.isNull()) return false;
+                    currentEndLimit_ = KSDateTime();
+                    _needsSchedulingRecomputation();
+                    toStep(1);
+                    return true;
+                case 1:
+                    if (KSTask* child = nextChild(*this, frame.index))
+                        return setOff(child, InvalidationWalk::CurrentEnd);
+                    toStep(2);
+                    if (fixedEnd && (isAsLateAsPossible() || isHammockTask()))
+                        return setOff(this, InvalidationWalk::End);
+                    return true;
+                default:
+                    return false;
+            }
+        case InvalidationWalk::Start:
+            switch (frame.step) {
+                case 0:
+                    uncompletedStartDate_ = KSDateTime();
+                    if (startDate_.isNull()) return false;
+                    _postWillInvalidateDates();
+                    frame.savedNotice = flags_.alreadySentDatesChangedNotification;
+                    flags_.alreadySentDatesChangedNotification = 1;
+                    startDate_ = KSDateTime();
+                    _needsSchedulingRecomputation();
+                    performSplitRejoining();
+                    toStep(1);
+                    return true;
+                case 1:
+                    if (KSTask* before = nextLinkedTask(prerequisites_, frame.index, false))
+                        return setOff(before, InvalidationWalk::CurrentEnd);
+                    toStep(2);
+                    if (isAsSoonAsPossible()) return setOff(this, InvalidationWalk::End);
+                    return true;
+                case 2:
+                    toStep(3);
+                    if (KSTask* p = parentTask()) return setOff(p, InvalidationWalk::Start);
+                    return true;
+                default:
+                    flags_.alreadySentDatesChangedNotification = frame.savedNotice;
+                    return false;
+            }
+        case InvalidationWalk::End:
+            switch (frame.step) {
+                case 0:
+                    if (endDate_.isNull()) return false;
+                    _postWillInvalidateDates();
+                    frame.savedNotice = flags_.alreadySentDatesChangedNotification;
+                    flags_.alreadySentDatesChangedNotification = 1;
+                    endDate_ = KSDateTime();
+                    _needsSchedulingRecomputation();
+                    performSplitRejoining();
+                    toStep(1);
+                    return true;
+                case 1:
+                    if (KSTask* after = nextLinkedTask(dependents_, frame.index, true))
+                        return setOff(after, InvalidationWalk::CurrentStart);
+                    toStep(2);
+                    if (isAsLateAsPossible()) return setOff(this, InvalidationWalk::Start);
+                    return true;
+                case 2:
+                    toStep(3);
+                    if (KSTask* p = parentTask()) return setOff(p, InvalidationWalk::End);
+                    return true;
+                default:
+                    flags_.alreadySentDatesChangedNotification = frame.savedNotice;
+                    return false;
+            }
+    }
+    return false;
+}
+
+void KSTask::invalidateAllDates() {
+    if ((!startDate_.isNull() || !endDate_.isNull()) && !_isGroupTask()) {
+        KSNotificationCenter::defaultCenter().postNotificationName(
+            KSTaskWillInvalidateDatesNotification, this);
+    }
+    flags_.absoluteStartLimitDidChange = 1;
+    flags_.absoluteEndLimitDidChange = 1;
+    // The leveling validity flags stay: a valid limit reads as null until a narrower
+    // invalidation clears them.
+    for (KSDateTime* cache : {&levelingStartLimit_, &levelingEndLimit_, &absoluteStartLimit_,
+                              &earliestPossibleEnd_, &latestPossibleStart_, &absoluteEndLimit_,
+                              &currentStartLimit_, &currentStartLimitExcludingOppositeScheduling_,
+                              &currentEndLimit_, &endDate_, &startDate_, &uncompletedStartDate_}) {
+        *cache = KSDateTime();
+    }
+    if (children()) {
+        // Index by index: the list is the tree's own, and a child's walk does not change it.
+        for (std::size_t i = 0; i < countOfChildren(); ++i)
+            static_cast<KSTask&>(*(*children())[i]).invalidateAllDates();
+    }
+    if (KSTask* p = parentTask()) {
+        p->invalidateStartDate();
+        p->invalidateEndDate();
+    }
+    _needsSchedulingRecomputation();
+    performSplitRejoining();
+}
+
+void KSTask::resetAbsoluteLimitChangeFlags() {
+    flags_.absoluteStartLimitDidChange = 0;
+    flags_.absoluteEndLimitDidChange = 0;
+}
+
+}  // namespace kestrum
