@@ -376,6 +376,8 @@ KSDateTime KSTask::_computeAbsoluteEndLimit(KSCriticalPath* path) {
 }
 
 KSDateTime KSTask::endForAbsoluteStartLimitForCriticalPath(KSCriticalPath* path) {
+    // For a plain task in its own caches this is its earliest possible end, cached.
+    if (!path && _isPlainTask()) return earliestPossibleEnd();
     KSDateTime limit = absoluteStartLimitForCriticalPath(path);
     if (!_isGroupTask()) return isHammockTask() ? limit : endDateForStartDate(limit);
     for (const auto& child : *children())
@@ -385,6 +387,8 @@ KSDateTime KSTask::endForAbsoluteStartLimitForCriticalPath(KSCriticalPath* path)
 }
 
 KSDateTime KSTask::startForAbsoluteEndLimitForCriticalPath(KSCriticalPath* path) {
+    // For a plain task in its own caches this is its latest possible start, cached.
+    if (!path && _isPlainTask()) return latestPossibleStart();
     KSDateTime limit = absoluteEndLimitForCriticalPath(path);
     if (!_isGroupTask()) return startDateForEndDate(limit);
     for (const auto& child : *children())

@@ -329,7 +329,8 @@ void KSTask::_pushDateDependencies(DateQuantity quantity, KSCriticalPath* path,
         if (!task || task->_hasCachedDate(q, p)) return;
         work.push_back(DateNode{task, p, q, false});
     };
-    const bool fixedEnd = _planHasFixedEndDate();
+    // The plan's side is read only by the branches that need it.
+    auto fixedEnd = [this] { return _planHasFixedEndDate(); };
     const bool group = _isGroupTask();
     auto pushChildren = [&](DateQuantity q, KSCriticalPath* p = nullptr) {
         if (!children()) return;
@@ -357,7 +358,7 @@ void KSTask::_pushDateDependencies(DateQuantity quantity, KSCriticalPath* path,
             } else if (isAsLateAsPossible() || !endLockedDate_.isNull()) {
                 push(this, DateQuantity::End);
             } else {
-                push(this, fixedEnd ? DateQuantity::AbsoluteStart : DateQuantity::CurrentStart);
+                push(this, fixedEnd() ? DateQuantity::AbsoluteStart : DateQuantity::CurrentStart);
             }
             return;
         case DateQuantity::End:
@@ -381,7 +382,7 @@ void KSTask::_pushDateDependencies(DateQuantity quantity, KSCriticalPath* path,
             } else if (isAsSoonAsPossible() || !startLockedDate_.isNull()) {
                 push(this, DateQuantity::Start);
             } else {
-                push(this, fixedEnd ? DateQuantity::CurrentEnd : DateQuantity::AbsoluteEnd);
+                push(this, fixedEnd() ? DateQuantity::CurrentEnd : DateQuantity::AbsoluteEnd);
             }
             return;
         case DateQuantity::CurrentStart:
@@ -389,7 +390,7 @@ void KSTask::_pushDateDependencies(DateQuantity quantity, KSCriticalPath* path,
             const bool include = quantity == DateQuantity::CurrentStart;
             if (KSTask* p = parentTask()) {
                 if (p->startLockedDate_.isNull()) push(p, quantity);
-            } else if (fixedEnd) {
+            } else if (fixedEnd()) {
                 push(this, DateQuantity::LatestStart);
             }
             if (KSTask* previous = previousSplitChunk()) push(previous, DateQuantity::End);
@@ -440,7 +441,7 @@ void KSTask::_pushDateDependencies(DateQuantity quantity, KSCriticalPath* path,
                     push(owner->rootTask().get(), DateQuantity::CurrentEnd);
             } else if (KSTask* p = parentTask()) {
                 push(p, quantity);
-            } else if (!fixedEnd) {
+            } else if (!fixedEnd()) {
                 push(this, DateQuantity::EarliestEnd);
             }
             if (KSTask* next = nextSplitChunk()) push(next, DateQuantity::Start);
@@ -451,7 +452,7 @@ void KSTask::_pushDateDependencies(DateQuantity quantity, KSCriticalPath* path,
                 push(previous, DateQuantity::AbsoluteStart, path);
             } else if (KSTask* p = parentTask()) {
                 push(p, DateQuantity::AbsoluteStart, path);
-            } else if (fixedEnd) {
+            } else if (fixedEnd()) {
                 push(this, DateQuantity::LatestStart);
             }
             if (_hasLockedDate()) push(this, DateQuantity::Start);
@@ -461,14 +462,18 @@ void KSTask::_pushDateDependencies(DateQuantity quantity, KSCriticalPath* path,
                 if (!link->isActive() || !before || (hammock && link->dependentAlignedToEnd()))
                     continue;
                 if (path && path->shouldBeExcluded(*before)) continue;
-                push(before, DateQuantity::AbsoluteStart, path);
+                push(before,
+                     !path && link->prerequisiteAlignedToEnd() && before->_isPlainTask()
+                         ? DateQuantity::EarliestEnd
+                         : DateQuantity::AbsoluteStart,
+                     path);
             }
             return;
         }
         case DateQuantity::AbsoluteEnd: {
             if (KSTask* p = parentTask()) {
                 push(p, DateQuantity::AbsoluteEnd, path);
-            } else if (!fixedEnd) {
+            } else if (!fixedEnd()) {
                 push(this, DateQuantity::EarliestEnd);
             }
             if (_hasLockedDate()) push(this, DateQuantity::End);
@@ -476,7 +481,11 @@ void KSTask::_pushDateDependencies(DateQuantity quantity, KSCriticalPath* path,
                 KSTask* after = link->dependent();
                 if (!link->isActive() || !after || after->isHammockTask()) continue;
                 if (path && path->shouldBeExcluded(*after)) continue;
-                push(after, DateQuantity::AbsoluteEnd, path);
+                push(after,
+                     !path && !link->dependentAlignedToEnd() && after->_isPlainTask()
+                         ? DateQuantity::LatestStart
+                         : DateQuantity::AbsoluteEnd,
+                     path);
             }
             return;
         }

@@ -5,6 +5,12 @@
 // children, along active links. An already empty cache stops a walk, since nothing
 // computed can hang from it; that bounds a walk to what had been computed.
 //
+// One refinement of the rules: at the root, the earliest end and latest start walks go on
+// to the root's own limits only in the plan's direction that reads them (the end limits
+// in a fixed-start plan, the start limits in a fixed-end one). The other limits are the
+// anchor itself and cannot change; walking them would clear every date of the plan after
+// any change of effort.
+//
 // The walks run from an explicit work list of frames, one per invalidation under way, in
 // exactly the order a recursive reading of the rules gives (a walk set off by another
 // runs to its end before the one that set it off goes on). So a chain of thousands of
@@ -93,6 +99,30 @@ void KSTask::_invalidate(InvalidationWalk walk) {
     }
 }
 
+bool KSTask::_invalidationWouldStopAtOnce(InvalidationWalk walk) const {
+    switch (walk) {
+        case InvalidationWalk::EarliestEnd:
+            return earliestPossibleEnd_.isNull();
+        case InvalidationWalk::LatestStart:
+            return latestPossibleStart_.isNull();
+        case InvalidationWalk::CurrentStart:
+            return currentStartLimit_.isNull();
+        case InvalidationWalk::CurrentEnd:
+            return currentEndLimit_.isNull();
+        case InvalidationWalk::End:
+            return endDate_.isNull();
+        case InvalidationWalk::Start:
+            return startDate_.isNull() && uncompletedStartDate_.isNull();
+        case InvalidationWalk::AbsoluteStart:
+            return absoluteStartLimit_.isNull() && flags_.absoluteStartLimitDidChange &&
+                   !flags_.levelingStartLimitIsValid && levelingStartLimit_.isNull();
+        case InvalidationWalk::AbsoluteEnd:
+            return absoluteEndLimit_.isNull() && flags_.absoluteEndLimitDidChange &&
+                   !flags_.levelingEndLimitIsValid && levelingEndLimit_.isNull();
+    }
+    return false;
+}
+
 void KSTask::_postWillInvalidateDates() {
     if (_isGroupTask() || flags_.alreadySentDatesChangedNotification) return;
     KSNotificationCenter::defaultCenter().postNotificationName(
@@ -102,8 +132,11 @@ void KSTask::_postWillInvalidateDates() {
 bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, InvalidationFrame& next,
                                bool& pushNext) {
     auto setOff = [&](KSTask* task, InvalidationWalk walk) {
-        next = InvalidationFrame{task, walk, 0, false, 0};
-        pushNext = true;
+        // A walk that would stop at once, doing nothing, needs no frame.
+        if (!task->_invalidationWouldStopAtOnce(walk)) {
+            next = InvalidationFrame{task, walk, 0, false, 0};
+            pushNext = true;
+        }
         return true;
     };
     auto toStep = [&](std::uint8_t step) {
@@ -170,6 +203,12 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                         toStep(2);
                         return setOff(p, InvalidationWalk::EarliestEnd);
                     }
+                    // The root's end limits read its earliest end only where the plan
+                    // has no fixed end; at a fixed end they are the anchor and stay.
+                    if (fixedEnd) {
+                        toStep(2);
+                        return true;
+                    }
                     toStep(1);
                     return setOff(this, InvalidationWalk::AbsoluteEnd);
                 case 1:
@@ -191,6 +230,12 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     if (KSTask* p = parentTask()) {
                         toStep(2);
                         return setOff(p, InvalidationWalk::LatestStart);
+                    }
+                    // The mirror: the root's start limits read its latest start only at
+                    // a fixed end; at a fixed start they are the anchor and stay.
+                    if (!fixedEnd) {
+                        toStep(2);
+                        return true;
                     }
                     toStep(1);
                     return setOff(this, InvalidationWalk::AbsoluteStart);

@@ -715,6 +715,8 @@ private:
     KSDateTime _normalizedNoLaterDate();
     // The anchor date of the plan: the stored one, else the generic start or end.
     KSDateTime _planFixedDate() const;
+    // Neither group nor split task nor hammock: its ends are one effort apart.
+    bool _isPlainTask() const { return !_isGroupTask() && !isSplitTask_ && !isHammockTask(); }
     bool _hasLockedDate() const { return !startLockedDate_.isNull() || !endLockedDate_.isNull(); }
     void _setResourceLevelingDelay(double delay);
     KSDateTime _startDerivedFromEnd();
@@ -778,6 +780,8 @@ private:
     // to `next`.
     bool _invalidationStep(InvalidationFrame& frame, bool fixedEnd, InvalidationFrame& next,
                            bool& pushNext);
+    // Whether a walk would stop at its first step with nothing to clear or set.
+    bool _invalidationWouldStopAtOnce(InvalidationWalk walk) const;
 
     // --- Loop search (KSTask-Loops.cpp) --------------------------------------------------
     struct LoopHit;
