@@ -28,6 +28,15 @@ bool isUndoingOrRedoing(const KSUndoManager* um) {
     return um && um->isUndoingOrRedoing();
 }
 
+// Moves every stored date of the plan by `days`. The anchor setter's own undo call moves
+// the plan back, so the constraint setters record nothing here: recording them too would
+// move the constraints twice on undo.
+void shiftPlan(KSTask& root, std::int64_t days, KSUndoManager* um) {
+    if (um) um->disableUndoRegistration();
+    root.projectStartWillChangeBy(days);
+    if (um) um->enableUndoRegistration();
+}
+
 }  // namespace
 
 // --- Generic dates -----------------------------------------------------------------------------
@@ -93,12 +102,15 @@ void KSScenario::setStartDate(const KSDateTime& date) {
     fixedDate_ = date;
     // Only a move between generic and real dates carries the plan along: a real anchor
     // moved to another real date leaves every constraint on its calendar date.
-    if (!oldStart.isNull() && newDay != oldStart.dayNumber() && genericChanged && !isLoading()) {
+    if (rootTask_ && !oldStart.isNull() && newDay != oldStart.dayNumber() && genericChanged &&
+        !isLoading()) {
         willChangeValueForKey("hasGenericDates");
-        rootTask_->projectStartWillChangeBy(newDay - oldStart.dayNumber());
+        shiftPlan(*rootTask_, newDay - oldStart.dayNumber(), undoManager());
+        // The constraint setters named the group too; the user changed the anchor.
+        setUndoActionName("Set Scenario Start Date");
     }
     hasFixedEndDate_ = false;
-    rootTask_->invalidateAllDates();
+    if (rootTask_) rootTask_->invalidateAllDates();
     projectDidChange();
     if (genericChanged) {
         // Sent even when the shift above sent no will-change: the pair stays unbalanced.
@@ -128,13 +140,14 @@ void KSScenario::setEndDate(const KSDateTime& date) {
     fixedDate_ = date;
     // Unlike the start side, the plan is shifted whenever it goes between generic and
     // real dates, even by 0 days.
-    if (!oldEnd.isNull() && genericChanged && !isLoading()) {
+    if (rootTask_ && !oldEnd.isNull() && genericChanged && !isLoading()) {
         willChangeValueForKey("hasGenericDates");
-        rootTask_->projectStartWillChangeBy(newDay - oldEnd.dayNumber());
+        shiftPlan(*rootTask_, newDay - oldEnd.dayNumber(), undoManager());
+        setUndoActionName("Set Scenario End Date");
     }
     if (wasStart) willChangeValueForKey("hasFixedEndDate");
     hasFixedEndDate_ = true;
-    rootTask_->invalidateAllDates();
+    if (rootTask_) rootTask_->invalidateAllDates();
     projectDidChange();
     // The side change is announced before the generic-date change here.
     if (wasStart) didChangeValueForKey("hasFixedEndDate");
@@ -162,7 +175,6 @@ void KSScenario::setHasFixedEndDate(bool flag) {
 void KSScenario::setHasGenericDates(bool flag) {
     if (flag == hasGenericDates()) return;
     registerUndo<KSScenario>([old = !flag](KSScenario& s) { s.setHasGenericDates(old); });
-    setUndoActionName("Set Generic Dates");
     KSDateTime date;
     if (!flag) {
         // The start of today's work; the same moment serves an end anchor.
@@ -173,6 +185,8 @@ void KSScenario::setHasGenericDates(bool flag) {
                    : today.dateWithTimeOnSameDay(0.0);
     }
     setFixedDate(date);
+    // Named after the date setter, which names the action too: the user changed this.
+    setUndoActionName("Set Generic Dates");
 }
 
 void KSScenario::_resetDatesForAllScenarios() {
