@@ -12,10 +12,17 @@
 // undoGroupDidOpen and undoGroupWillClose, and records the pair so that undo and redo
 // bracket the same tasks the same way.
 //
+// The plan is anchored at its start or its end (KSScenario-Anchor.cpp): a real date, or
+// generic dates in a fixed week of 2001. New tasks and resources come from prototypes with
+// unique default names, and lookups find items by id, position, number and name
+// (KSScenario-Lookup.cpp).
+//
 //   auto scenario = std::make_shared<KSScenario>();
 //   project->addScenario(scenario);          // setProject: roots, engines, observers
 //   scenario->rootTask()->insertObjectInChildrenAtIndex(task, 0);
 //   KSRunLoop::current().runOnce();          // closes the group, recomputes
+//   scenario->setStartDate(date);            // generic to real: the plan moves along
+//   auto next = scenario->newTaskOfType(taskTypeTask);   // "Task 5" after "Task 4"
 #pragma once
 
 #include <cstdint>
