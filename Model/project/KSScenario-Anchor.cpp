@@ -236,8 +236,10 @@ KSDateTime KSScenario::dateWithDayIndexAndHourOfDay(std::int64_t dayIndex, float
     const KSDateTime base = hasFixedEndDate_ ? endDate() : startDate();
     const std::shared_ptr<KSSchedule>& week = schedule();
     if (base.isNull() || !week) return {};
-    // A normal week without a working day is not guarded against: it divides by 0.
+    // A week without a working day has no day with an index: the answer is null rather
+    // than a division by 0 and a walk that never ends.
     const std::int64_t perWeek = week->workingDaysForNormalWeek();
+    if (perWeek <= 0) return {};
     std::int64_t day = base.dayNumber() + (dayIndex / perWeek) * 7;
     std::int64_t r = dayIndex % perWeek;
     const std::int64_t s = r > 0 ? 1 : -1;

@@ -91,5 +91,14 @@ TEST_F(DayIndexTest, TheIndexesFollowThePlansWeekAndIgnoreExceptions) {
     EXPECT_EQ(dayOf(1), monday + 1);
 }
 
+TEST_F(DayIndexTest, AWeekWithoutWorkHasNoDatedIndexes) {
+    auto idle = KSSchedule::schedule();
+    idle->setStandardHoursString(";;;;;;");
+    scenario->copySchedule(*idle);
+    ASSERT_EQ(scenario->schedule()->workingDaysForNormalWeek(), 0);
+    EXPECT_EQ(scenario->dayIndexOfDate(KSDateTime(9, 0.0)), 0);
+    EXPECT_TRUE(scenario->dateWithDayIndexAndHourOfDay(3, 8.0f).isNull());
+}
+
 }  // namespace
 }  // namespace kestrum::test
