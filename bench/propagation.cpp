@@ -74,7 +74,7 @@ struct Plan {
         project = std::make_shared<KSProject>(&document);
         scenario = std::make_shared<KSScenario>();
         project->addScenario(scenario);
-        scenario->setStoredFixedDate(KSDateTime(8456, 8 * kHour));  // Monday 26 February 2024
+        scenario->setStartDate(KSDateTime(8456, 8 * kHour));  // Monday 26 February 2024
     }
     ~Plan() { project->invalidate(); }
     KSTask& root() { return *scenario->rootTask(); }

@@ -46,9 +46,8 @@ DemoPlan::DemoPlan() : undo_(std::make_shared<KSUndoManager>()) {
     project_ = std::make_shared<KSProject>(this);
     scenario_ = std::make_shared<KSScenario>();
     project_->addScenario(scenario_);
-    scenario_->setStoredFixedDate(kPlanStart);
+    scenario_->setStartDate(kPlanStart);
     KSTask& root = *scenario_->rootTask();
-    root.invalidateAllDates();
 
     auto design = addGroup(root, "Design");
     auto requirements = addTask(*design, "Requirements", 16);

@@ -12,6 +12,7 @@
 #include "Model/project/KSFilter.h"
 #include "Model/project/KSProject.h"
 #include "Model/project/KSScenario.h"
+#include "Model/tasks/KSTask.h"
 #include "Platform/core/KSUserDefaults.h"
 
 namespace kestrum {
@@ -32,6 +33,10 @@ void KSProject::setTitle(const std::optional<std::string>& title) {
 void KSProject::setUseFlatNumbering(bool flag) {
     if (flag == flags_.flatNumbering) return;
     setFlag(&Flags::flatNumbering, flag, "useFlatNumbering");
+    // Every heading shows the other form of number now.
+    for (KSScenario* scenario : loadedScenarios()) {
+        if (scenario->rootTask()) scenario->rootTask()->invalidateHeadingStrings();
+    }
 }
 
 void KSProject::setShowHeadingNumbers(bool) {

@@ -55,8 +55,15 @@ const KSClassInfo& KSScenario::staticClassInfo() {
                 });
             b.attribute("scheduleGranularity", &KSScenario::scheduleGranularity,
                         &KSScenario::setScheduleGranularity);
-            b.readOnly("hasFixedEndDate", &KSScenario::hasFixedEndDate);
-            b.readOnly("hasGenericDates", &KSScenario::hasGenericDates);
+            b.attribute("hasFixedEndDate", &KSScenario::hasFixedEndDate,
+                        &KSScenario::setHasFixedEndDate);
+            b.attribute("hasGenericDates", &KSScenario::hasGenericDates,
+                        &KSScenario::setHasGenericDates);
+            b.attribute("fixedDate", &KSScenario::fixedDate, &KSScenario::setFixedDate);
+            b.attribute("startDate", &KSScenario::startDate, &KSScenario::setStartDate);
+            b.attribute("endDate", &KSScenario::endDate, &KSScenario::setEndDate);
+            // The anchor setters announce their own key; the anchor date is either.
+            b.dependentKeys("fixedDate", {"startDate", "endDate"});
             b.custom("currentEditingDate", KSValue::Type::Date, [](const KSScenario& s) {
                 return KSValueTraits<KSDateTime>::toValue(s.currentEditingDate());
             });
@@ -274,22 +281,15 @@ void KSScenario::removeCriticalPath(const std::shared_ptr<KSCriticalPath>& path)
         task->criticalPathMayHaveChanged();
 }
 
-// --- Issue totals and defaults ------------------------------------------------------------
+// --- Issue totals ------------------------------------------------------------
 
 void KSScenario::changeErrorsAndWarnings(std::int64_t errors, std::int64_t warnings) {
     willChangeValueForKey("errorCount");
     willChangeValueForKey("warningCount");
     errorCount_ = static_cast<std::uint32_t>(static_cast<std::int64_t>(errorCount_) + errors);
-    warningCount_ =
-        static_cast<std::uint32_t>(static_cast<std::int64_t>(warningCount_) + warnings);
+    warningCount_ = static_cast<std::uint32_t>(static_cast<std::int64_t>(warningCount_) + warnings);
     didChangeValueForKey("errorCount");
     didChangeValueForKey("warningCount");
-}
-
-double KSScenario::defaultTaskEffortIgnorePrototype(bool ignorePrototype) const {
-    if (prototypeTask_ && !ignorePrototype) return prototypeTask_->effort();
-    // Eight working hours: the effort formatter's default day.
-    return 8.0 * 3600.0;
 }
 
 // --- Membership --------------------------------------------------------------------------------
@@ -303,6 +303,10 @@ void KSScenario::taskWillBeRemoved(KSTask& task) {
 }
 
 void KSScenario::resourceWillBeInserted(KSResource& resource) {
+    // A resource arriving without a name gets a unique default one, except from a file.
+    if (!flags_.isLoading && &resource != rootResource_.get() && !resource.name()) {
+        uniquifyResourceName(resource);
+    }
     if (!resource.isPrototype() && resourceDifferenceEngine_) {
         resourceDifferenceEngine_->objectDidInsert(resource);
     }

@@ -12,10 +12,17 @@
 // undoGroupDidOpen and undoGroupWillClose, and records the pair so that undo and redo
 // bracket the same tasks the same way.
 //
+// The plan is anchored at its start or its end (KSScenario-Anchor.cpp): a real date, or
+// generic dates in a fixed week of 2001. New tasks and resources come from prototypes with
+// unique default names, and lookups find items by id, position, number and name
+// (KSScenario-Lookup.cpp).
+//
 //   auto scenario = std::make_shared<KSScenario>();
 //   project->addScenario(scenario);          // setProject: roots, engines, observers
 //   scenario->rootTask()->insertObjectInChildrenAtIndex(task, 0);
 //   KSRunLoop::current().runOnce();          // closes the group, recomputes
+//   scenario->setStartDate(date);            // generic to real: the plan moves along
+//   auto next = scenario->newTaskOfType(taskTypeTask);   // "Task 5" after "Task 4"
 #pragma once
 
 #include <cstdint>
@@ -26,6 +33,7 @@
 
 #include "Model/project/KSObject.h"
 #include "Model/project/KSTaskSet.h"
+#include "Model/tasks/KSTaskEnums.h"
 #include "Model/worktime/KSDateTime.h"
 #include "Model/worktime/KSScheduleGranularity.h"
 
@@ -33,8 +41,10 @@ namespace kestrum {
 
 class KSCriticalPath;
 class KSDifferenceEngine;
+class KSIssue;
 class KSProjectItem;
 class KSResource;
+class KSSchedule;
 class KSTask;
 class TMDifferenceEngine;
 struct KSNotification;
@@ -77,17 +87,53 @@ public:
     KSScheduleGranularity scheduleGranularity() const { return scheduleGranularity_; }
     void setScheduleGranularity(KSScheduleGranularity granularity);
 
-    // --- Anchor fields (the anchor's setters, which move the plan, build on these) ---------
+    // --- Anchor (KSScenario-Anchor.cpp) -----------------------------------------------------
+    // The generic week a plan without a real date sits in: Monday 1 January 2001 at 0:00
+    // to Friday 5 January 2001 at 23:59:59.
+    static KSDateTime genericStartDate();
+    static KSDateTime genericEndDate();
     // The anchor date as stored; null means generic dates.
     const KSDateTime& storedFixedDate() const { return fixedDate_; }
     // Stores the anchor date as read from a file: no shift of the plan, no undo.
     void setStoredFixedDate(const KSDateTime& date);
     // Whether no real anchor date is stored.
     bool hasGenericDates() const { return fixedDate_.isNull(); }
+    // Undoable ("Set Generic Dates"). Turning generic dates on passes null to the current
+    // side's setter; turning them off anchors the plan at the start of today's work.
+    void setHasGenericDates(bool flag);
     // False: the anchor is the plan's start and tasks schedule forward; true: the end.
     bool hasFixedEndDate() const { return hasFixedEndDate_; }
+    // Moves the anchor to the other side, keeping the plan where it stands; clears
+    // leveling and makes the task and milestone prototypes ALAP (end) or ASAP (start).
+    void setHasFixedEndDate(bool flag);
     // Stores the side as read from a file: no shift of the plan, no undo.
     void setStoredHasFixedEndDate(bool flag);
+    // The stored anchor date, else the generic date of the anchored side.
+    KSDateTime fixedDate() const;
+    // Forwards to setStartDate or setEndDate by the anchored side.
+    void setFixedDate(const KSDateTime& date);
+    // The anchor date when anchored at the start (generic start without one); otherwise
+    // the root task's start.
+    KSDateTime startDate() const;
+    // Anchors the plan's start at `date` (null: generic dates). Undoable ("Set Scenario
+    // Start Date"). Going between generic and real dates moves every stored date of the
+    // plan by the difference in days; moving a real date to another real date moves none.
+    void setStartDate(const KSDateTime& date);
+    // The anchor date when anchored at the end (generic end without one); otherwise the
+    // root task's end.
+    KSDateTime endDate() const;
+    // The end-side form of setStartDate (undoable, "Set Scenario End Date"); between
+    // generic and real dates the plan moves even by 0 days.
+    void setEndDate(const KSDateTime& date);
+    // Gives the first scenario of the project whose generic state differs from this one
+    // this scenario's anchor date; that scenario passes it on in turn. Nothing while
+    // loading.
+    void _resetDatesForAllScenarios();
+    // Working days of the normal week from the anchor (the end when end-anchored) to the
+    // date's day; exceptions are ignored. 0 for the anchor's own day.
+    std::int64_t dayIndexOfDate(const KSDateTime& date) const;
+    // The day `dayIndex` working days from the anchor, at `hourOfDay` hours.
+    KSDateTime dateWithDayIndexAndHourOfDay(std::int64_t dayIndex, float hourOfDay) const;
     // The date the user treats as now; null means today.
     const KSDateTime& currentEditingDate() const { return currentEditingDate_; }
     // Stores the date; a different one posts "KSProjectDidChangeNotification" at once.
@@ -135,9 +181,68 @@ public:
     void setWarningCount(std::uint32_t count) { warningCount_ = count; }
     // Adds signed differences to both totals, announcing "errorCount" and "warningCount".
     void changeErrorsAndWarnings(std::int64_t errors, std::int64_t warnings);
+
+    // --- Roll-ups of the trees (KSScenario-Anchor.cpp) ----------------------------------------
+    // The plan's finished fraction, duration and effort (seconds), from the root task.
+    double completed() const;
+    double duration() const;
+    double effort() const;
+    // The plan's work calendar: the root resource's schedule.
+    const std::shared_ptr<KSSchedule>& schedule() const;
+    // Replaces the plan's work calendar by a copy of `schedule`.
+    void copySchedule(const KSSchedule& schedule);
+
+    // --- New tasks and resources (KSScenario-Anchor.cpp) ------------------------------------
+    // newTaskOfTypeIgnorePrototype with the prototypes heeded.
+    std::shared_ptr<KSTask> newTaskOfType(KSTaskType type);
+    // A new task, milestone or group, not yet in the tree: a copy of the prototype of that
+    // type unless ignored or absent, else a fresh one. Its title (or the type's default
+    // title, "Task 1" ...) is made unique among the plan's tasks ("Task 5" after "Task 1"
+    // and "Task 4"). Null for any other type.
+    std::shared_ptr<KSTask> newTaskOfTypeIgnorePrototype(KSTaskType type, bool ignorePrototype);
     // The effort of a new task in seconds: the prototype task's unless ignored or absent,
-    // else a working day of eight hours.
+    // else a working day of the project's effort formatter (8 hours without a project).
     double defaultTaskEffortIgnorePrototype(bool ignorePrototype) const;
+    // A prototype in this scenario made from `task` alone (no subtasks) through the file
+    // form.
+    std::shared_ptr<KSTask> newPrototypeFromTask(const KSTask& task);
+    // A new resource of a type rank (0 staff, 1 equipment, 2 material, 3 group): a copy of
+    // that type's prototype with a unique name, else a fresh resource of that type. Not
+    // yet in the tree.
+    std::shared_ptr<KSResource> newResourceOfType(int typeRank);
+    // A copy of `prototype` attached to this scenario.
+    std::shared_ptr<KSResource> newResourceFromPrototype(const KSResource& prototype);
+    // Gives `resource` its name (or "Resource 1" / "Group 1" without one) made unique
+    // among the plan's other resources.
+    void uniquifyResourceName(KSResource& resource);
+
+    // --- Lookup (KSScenario-Lookup.cpp) -------------------------------------------------------
+    // The task with that id, or null (also once it is deleted).
+    std::shared_ptr<KSTask> taskWithIdentifier(TMObjectId objectId) const;
+    // The tasks found for `ids`, walked from last to first: the result is reversed, and
+    // ids not found are skipped.
+    std::vector<std::shared_ptr<KSTask>> tasksWithIdentifiers(
+        const std::vector<TMObjectId>& ids) const;
+    // The resource with that id, or null (also once it is deleted).
+    std::shared_ptr<KSResource> resourceWithIdentifier(TMObjectId objectId) const;
+    // As tasksWithIdentifiers: reversed, unknown ids skipped.
+    std::vector<std::shared_ptr<KSResource>> resourcesWithIdentifiers(
+        const std::vector<TMObjectId>& ids) const;
+    // The first resource in outline order with exactly that name (never the root).
+    std::shared_ptr<KSResource> resourceWithName(const std::string& name) const;
+    // The first resource in outline order with exactly that e-mail address.
+    std::shared_ptr<KSResource> resourceWithEmailAddress(const std::string& address) const;
+    // The task at a dotted outline position ("1.2.3": the third child of the second child
+    // of the first task); null when a step is out of range or nothing is named.
+    std::shared_ptr<KSTask> taskFromPositionalID(std::string_view positionalID) const;
+    // The task with that flat number (0 is the root task); null when there is none.
+    std::shared_ptr<KSTask> taskFromNumericalOrder(std::int32_t number) const;
+    // The root task and every task below it, in outline order.
+    std::vector<std::shared_ptr<KSTask>> allTasks() const;
+    // The plain tasks with no assignments.
+    std::vector<std::shared_ptr<KSTask>> unassignedTasks() const;
+    // Every task's issues, depth first from the root.
+    std::vector<std::shared_ptr<KSIssue>> allIssues() const;
 
     // --- Flags --------------------------------------------------------------------------
     bool isLevelingResources() const { return flags_.isLevelingResources; }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cctype>
 
-#include "Model/changes/KSDifferenceEngine.h"
 #include "Model/project/KSScenario.h"
 #include "Model/tasks/KSDependency.h"
 #include "Model/tasks/KSTask.h"
@@ -37,13 +36,10 @@ std::size_t leadingIntegerLength(std::string_view part) {
     return i;
 }
 
-// The plan's task with `id`, as the task engine knows it.
 KSTask* taskWithId(KSScenario* scenario, std::int64_t id) {
-    if (!scenario || !scenario->taskDifferenceEngine()) return nullptr;
-    auto found = std::dynamic_pointer_cast<KSTask>(
-        scenario->taskDifferenceEngine()->objectWithId(static_cast<TMObjectId>(id)));
-    return found && found->objectId() == id && found->scenario() == scenario ? found.get()
-                                                                             : nullptr;
+    if (!scenario) return nullptr;
+    std::shared_ptr<KSTask> found = scenario->taskWithIdentifier(static_cast<TMObjectId>(id));
+    return found ? found.get() : nullptr;
 }
 
 }  // namespace

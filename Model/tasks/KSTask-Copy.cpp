@@ -49,11 +49,21 @@ std::shared_ptr<const BKXMLWhitespaceBehavior> copyWhitespaceBehavior() {
 }  // namespace
 
 std::shared_ptr<KSTask> KSTask::copyIncludingSubtasks(bool includingSubtasks) const {
-    KSTask& self = const_cast<KSTask&>(*this);
     KSUndoManager* um = undoManager();
     // Making a copy is no edit of the plan.
     if (um) um->disableUndoRegistration();
-    std::shared_ptr<KSTask> copy;
+    auto copy = std::make_shared<KSTask>();
+    copy->setScenario(scenario());
+    if (!copyIntoTaskIncludingSubtasks(*copy, includingSubtasks)) copy.reset();
+    if (um) um->enableUndoRegistration();
+    return copy;
+}
+
+bool KSTask::copyIntoTaskIncludingSubtasks(KSTask& target, bool includingSubtasks) const {
+    KSTask& self = const_cast<KSTask&>(*this);
+    KSUndoManager* um = undoManager();
+    if (um) um->disableUndoRegistration();
+    bool read = false;
     KSError error;
     auto document = BKXMLDocument::documentWithRootElementName(
         "task", kTaskNamespace, copyWhitespaceBehavior(), BKXMLStringEncodingUTF8, &error);
@@ -66,14 +76,12 @@ std::shared_ptr<KSTask> KSTask::copyIncludingSubtasks(bool includingSubtasks) co
             bytes ? BKXMLDocument::documentWithData(*bytes, copyWhitespaceBehavior(), &error)
                   : nullptr;
         if (parsed) {
-            copy = std::make_shared<KSTask>();
-            copy->setScenario(scenario());
             BKXMLCursor cursor = parsed->cursor();
-            if (!copy->readContentsXML(cursor, nullptr, &error)) copy.reset();
+            read = target.readContentsXML(cursor, nullptr, &error);
         }
     }
     if (um) um->enableUndoRegistration();
-    return copy;
+    return read;
 }
 
 bool KSTask::writeContentsXML(BKXMLDocument& document, KSBaseObject* attachmentArchiveContext,

@@ -10,7 +10,6 @@
 #include "Model/engine/KSIssue.h"
 #include "Model/project/KSProject.h"
 #include "Model/project/KSScenario.h"
-#include "Model/resources/KSResource.h"
 #include "Model/tasks/KSDependency.h"
 #include "Model/tasks/KSTask.h"
 #include "Model/worktime/KSSchedule.h"
@@ -45,8 +44,7 @@ double workBetween(KSScheduling* work, const KSDateTime& start, const KSDateTime
 
 KSScheduling* KSTask::scenarioSchedule() const {
     KSScenario* owner = scenario();
-    if (owner && owner->rootResource() && owner->rootResource()->schedule())
-        return owner->rootResource()->schedule().get();
+    if (owner && owner->schedule()) return owner->schedule().get();
     return KSSchedule::standardWorkHours().get();
 }
 
@@ -97,8 +95,7 @@ KSDateTime KSTask::_normalizedNoLaterDate() {
 
 KSDateTime KSTask::_planFixedDate() const {
     KSScenario* owner = scenario();
-    if (owner && !owner->storedFixedDate().isNull()) return owner->storedFixedDate();
-    return _planHasFixedEndDate() ? _planEndDate() : KSDateTime(0, 0.0);
+    return owner ? owner->fixedDate() : KSScenario::genericStartDate();
 }
 
 // --- Leveled date --------------------------------------------------------------------------------

@@ -177,21 +177,17 @@ void KSTask::setMaxEffortEstimate(double value) {
     _estimateDidChange("Set Max Effort");
 }
 
-double KSTask::_effortMultiplier(std::string_view key, double fallback) const {
-    KSProject* owner = project();
-    if (!owner || !owner->classInfo().attributeForKey(key)) return fallback;
-    return owner->valueForKey(key).doubleValue();
-}
-
 void KSTask::_updateEffortFromEstimates() {
     if (_isGroupTask() || isSplitTask_) return;
     const double lo = minEffortEstimate_;
     const double mid = expectedEffortEstimate_;
     const double hi = maxEffortEstimate_;
     if (lo != 0.0 && mid != 0.0 && hi != 0.0) {
-        double wLo = _effortMultiplier("minEffortMultiplier", 1.0);
-        double wMid = _effortMultiplier("expectedEffortMultiplier", 4.0);
-        double wHi = _effortMultiplier("maxEffortMultiplier", 1.0);
+        // The project's weights; a task outside a project uses the defaults 1, 4, 1.
+        KSProject* owner = project();
+        double wLo = owner ? owner->minEffortMultiplier() : 1.0;
+        double wMid = owner ? owner->expectedEffortMultiplier() : 4.0;
+        double wHi = owner ? owner->maxEffortMultiplier() : 1.0;
         double weights = wLo + wMid + wHi;
         if (weights > 0.0) setEffort(std::round((lo * wLo + mid * wMid + hi * wHi) / weights));
     } else if (lo != 0.0 && lo > effort_) {

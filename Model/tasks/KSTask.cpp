@@ -35,12 +35,6 @@ KSValue dateValue(const KSDateTime& date) {
     return date.isNull() ? KSValue() : KSValueTraits<KSDateTime>::toValue(date);
 }
 
-// A setting of the plan by key, or null when the plan does not have that setting.
-std::optional<KSValue> settingForKey(const KSBaseObject* owner, std::string_view key) {
-    if (!owner || !owner->classInfo().attributeForKey(key)) return std::nullopt;
-    return owner->valueForKey(key);
-}
-
 // Percent-escapes everything but unreserved characters and "/", ",", ":".
 std::string percentEscaped(const std::string& text) {
     std::string out;
@@ -505,21 +499,16 @@ std::vector<std::shared_ptr<HLStyle>> KSTask::cascadeStyles() const {
     std::vector<std::shared_ptr<HLStyle>> styles;
     KSProject* owner = project();
     if (!owner) return styles;
-    auto projectStyle = [owner](std::string_view key) -> std::shared_ptr<HLStyle> {
-        std::optional<KSValue> value = settingForKey(owner, key);
-        if (!value) return nullptr;
-        return std::dynamic_pointer_cast<HLStyle>(value->asObject());
-    };
     std::shared_ptr<HLStyle> style;
     if (isMilestone()) {
-        style = projectStyle("milestoneTaskStyle");
+        style = owner->milestoneTaskStyle();
     } else if (taskType_ == taskTypeGroup) {
-        style = projectStyle("groupTaskStyle");
+        style = owner->groupTaskStyle();
     } else {
         KSTaskStatus current = status();
-        style = projectStyle(current == KSTaskStatusCompleted ? "completedTaskStyle"
-                             : current == KSTaskStatusPastDue ? "overdueTaskStyle"
-                                                              : "standardTaskStyle");
+        style = current == KSTaskStatusCompleted ? owner->completedTaskStyle()
+                : current == KSTaskStatusPastDue ? owner->overdueTaskStyle()
+                                                 : owner->standardTaskStyle();
     }
     if (style) styles.push_back(style);
     return styles;
@@ -582,24 +571,23 @@ std::vector<std::string> KSTask::userDataKeys() const {
     return owner ? owner->taskUserDataKeys() : std::vector<std::string>();
 }
 
-// --- Settings of the plan
-// ------------------------------------------------------------------------- The plan's anchor and
-// numbering settings are read by key, so that a plan without one of them behaves as the setting's
-// default does.
+// --- Settings of the plan ----------------------------------------------------------------------
+// A task outside a plan has real dates anchored at the generic start, hierarchical
+// numbers and a day's effort.
 
 bool KSTask::_planHasFixedEndDate() const {
-    std::optional<KSValue> value = settingForKey(scenario(), "hasFixedEndDate");
-    return value && value->boolValue();
+    KSScenario* owner = scenario();
+    return owner && owner->hasFixedEndDate();
 }
 
 bool KSTask::_planHasGenericDates() const {
-    std::optional<KSValue> value = settingForKey(scenario(), "hasGenericDates");
-    return value && value->boolValue();
+    KSScenario* owner = scenario();
+    return owner && owner->hasGenericDates();
 }
 
 bool KSTask::_planUsesFlatNumbering() const {
-    std::optional<KSValue> value = settingForKey(project(), "useFlatNumbering");
-    return value && value->boolValue();
+    KSProject* owner = project();
+    return owner && owner->useFlatNumbering();
 }
 
 double KSTask::_planDefaultTaskEffort() const {
@@ -608,19 +596,13 @@ double KSTask::_planDefaultTaskEffort() const {
 }
 
 KSDateTime KSTask::_planStartDate() const {
-    std::optional<KSValue> value = settingForKey(scenario(), "startDate");
-    if (value && value->isDate()) return KSDateTime(value->asDate());
-    // A plan that does not answer its start yet is anchored on its stored date.
-    if (scenario() && !scenario()->storedFixedDate().isNull()) return scenario()->storedFixedDate();
-    // Generic dates start on the first day of the calendar.
-    return KSDateTime(0, 0.0);
+    KSScenario* owner = scenario();
+    return owner ? owner->startDate() : KSScenario::genericStartDate();
 }
 
 KSDateTime KSTask::_planEndDate() const {
-    std::optional<KSValue> value = settingForKey(scenario(), "endDate");
-    if (value && value->isDate()) return KSDateTime(value->asDate());
-    if (scenario() && !scenario()->storedFixedDate().isNull()) return scenario()->storedFixedDate();
-    return KSDateTime(4, 86399.0);
+    KSScenario* owner = scenario();
+    return owner ? owner->endDate() : KSScenario::genericEndDate();
 }
 
 void KSTask::_presentError(const std::string& message) const {

@@ -217,6 +217,10 @@ public:
     std::shared_ptr<KSTask> copyIncludingSubtasks(bool includingSubtasks) const;
     // A copy of this task alone.
     std::shared_ptr<KSTask> copy() const { return copyIncludingSubtasks(false); }
+    // The copy's two halves: writes this task (with its subtasks when asked) to a private
+    // XML document and reads it into `target`, which the caller has prepared (scenario,
+    // prototype flag). False when the write or the read failed.
+    bool copyIntoTaskIncludingSubtasks(KSTask& target, bool includingSubtasks) const;
     // Writes the task into the element on top of `document`, with the children that
     // `subset` holds (all with null) as nested "task" elements.
     bool writeContentsXMLIncludingSubtasks(BKXMLDocument& document, const KSTaskPointerSet* subset,
@@ -679,7 +683,7 @@ private:
     // A group holds its children's totals; a split task holds its chunks' but is no group.
     bool _isGroupTask() const { return KSProjectItem::isGroup() && !isSplitTask_; }
     bool _isUndoingOrRedoing() const;
-    // Settings of the plan, read by key so that absent settings give their defaults.
+    // Settings of the plan; a task outside a plan gets their defaults.
     bool _planHasFixedEndDate() const;
     bool _planHasGenericDates() const;
     bool _planUsesFlatNumbering() const;
@@ -697,7 +701,6 @@ private:
                         void (KSTask::*setter)(double));
     // Keeps the other estimates and the effort in step after one estimate changed.
     void _estimateDidChange(std::string_view actionName);
-    double _effortMultiplier(std::string_view key, double fallback) const;
     void _childrenTasks(KSTaskList& out) const;
     void _changeInformationFromProjectToProject(KSScenario* oldScenario, KSScenario* newScenario);
     void _recursiveDisconnectFromProject();

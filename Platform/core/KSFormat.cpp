@@ -1,4 +1,5 @@
 #include "Platform/core/KSFormat.h"
+#include "Platform/core/KSUnicode.h"
 
 #include <locale.h>
 
@@ -34,24 +35,6 @@ struct Spec {
     std::size_t argument = 0;
     bool positional = false;
 };
-
-void appendUTF8(std::string& out, std::uint32_t code) {
-    if (code < 0x80) {
-        out += static_cast<char>(code);
-    } else if (code < 0x800) {
-        out += static_cast<char>(0xC0 | (code >> 6));
-        out += static_cast<char>(0x80 | (code & 0x3F));
-    } else if (code < 0x10000) {
-        out += static_cast<char>(0xE0 | (code >> 12));
-        out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (code & 0x3F));
-    } else if (code < 0x110000) {
-        out += static_cast<char>(0xF0 | (code >> 18));
-        out += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (code & 0x3F));
-    }
-}
 
 // The length in bytes of the first `characters` code points of `s`.
 std::size_t prefixLength(const std::string& s, std::size_t characters) {
@@ -251,7 +234,7 @@ std::string textOf(const Spec& spec, const KSValue& value) {
 std::string characterOf(const KSValue& value) {
     std::string text;
     if (value.isString()) return value.asString().substr(0, prefixLength(value.asString(), 1));
-    appendUTF8(text, static_cast<std::uint32_t>(value.integerValue()));
+    KSAppendUTF8(text, static_cast<std::uint32_t>(value.integerValue()));
     return text;
 }
 

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "Platform/core/KSLog.h"
+#include "Platform/core/KSUnicode.h"
 #include "Platform/plist/KSPropertyList.h"
 
 #ifndef KESTRUM_INSTALL_DATADIR
@@ -97,21 +98,7 @@ std::string textFromFileBytes(const std::string& bytes) {
                 i += 2;
             }
         }
-        if (code < 0x80) {
-            out += static_cast<char>(code);
-        } else if (code < 0x800) {
-            out += static_cast<char>(0xC0 | (code >> 6));
-            out += static_cast<char>(0x80 | (code & 0x3F));
-        } else if (code < 0x10000) {
-            out += static_cast<char>(0xE0 | (code >> 12));
-            out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (code & 0x3F));
-        } else {
-            out += static_cast<char>(0xF0 | (code >> 18));
-            out += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
-            out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (code & 0x3F));
-        }
+        KSAppendUTF8(out, code);
     }
     return out;
 }

@@ -37,6 +37,7 @@ void TMDifferenceEngine::objectDidInsert(TMObject& object) {
     if (!object.weak_from_this().expired()) {
         objects_[object.objectId()] = object.sharedFromThis<TMObject>();
     }
+    deletedObjectIds_.erase(object.objectId());
     record(EventKind::Insert, object);
 }
 
@@ -49,6 +50,7 @@ void TMDifferenceEngine::objectDidChange(TMObject& object) {
 }
 
 void TMDifferenceEngine::objectWillDelete(TMObject& object) {
+    deletedObjectIds_.insert(object.objectId());
     record(EventKind::WillDelete, object);
 }
 
@@ -64,6 +66,7 @@ void TMDifferenceEngine::discardChanges() {
 void TMDifferenceEngine::forgetAllObjects() {
     objects_.clear();
     events_.clear();
+    deletedObjectIds_.clear();
 }
 
 std::shared_ptr<TMObject> TMDifferenceEngine::objectWithId(TMObjectId objectId) const {

@@ -14,6 +14,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "Platform/core/KSBaseObject.h"
@@ -85,6 +86,9 @@ public:
     std::shared_ptr<TMObject> objectWithId(TMObjectId objectId) const;
     // Every registered object that is still alive, in no defined order.
     std::vector<std::shared_ptr<TMObject>> objectEnumerator() const;
+    // The ids of objects told objectWillDelete and not inserted again since. A deleted
+    // object stays registered (undo may bring it back), so lookups check this set.
+    const std::unordered_set<TMObjectId>& deletedObjectIds() const { return deletedObjectIds_; }
 
     // The id to give the next new object. The base engine keeps its own counter;
     // subclasses keep it elsewhere.
@@ -100,6 +104,7 @@ private:
     std::unordered_map<std::string, TMIdChangeHandler> idHandlers_;
     std::unordered_map<TMObjectId, std::weak_ptr<TMObject>> objects_;
     std::vector<Event> events_;
+    std::unordered_set<TMObjectId> deletedObjectIds_;
     TMObjectId nextObjectId_ = 1;
 };
 

@@ -1,4 +1,5 @@
 #include "Platform/plist/KSPropertyList.h"
+#include "Platform/core/KSUnicode.h"
 
 #include <plist/plist.h>
 
@@ -417,24 +418,6 @@ private:
         return true;
     }
 
-    static void appendUTF8(std::string& out, std::uint32_t code) {
-        if (code < 0x80) {
-            out += static_cast<char>(code);
-        } else if (code < 0x800) {
-            out += static_cast<char>(0xC0 | (code >> 6));
-            out += static_cast<char>(0x80 | (code & 0x3F));
-        } else if (code < 0x10000) {
-            out += static_cast<char>(0xE0 | (code >> 12));
-            out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (code & 0x3F));
-        } else {
-            out += static_cast<char>(0xF0 | (code >> 18));
-            out += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
-            out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (code & 0x3F));
-        }
-    }
-
     bool parseString(std::string* out) {
         if (pos_ >= text_.size()) return fail("expected a string");
         char quote = text_[pos_];
@@ -489,11 +472,11 @@ private:
                     if (code >= 0xD800 && code < 0xDC00) {
                         pendingHighSurrogate = code;
                     } else if (code >= 0xDC00 && code < 0xE000 && pendingHighSurrogate) {
-                        appendUTF8(*out, 0x10000 + ((pendingHighSurrogate - 0xD800) << 10) +
-                                             (code - 0xDC00));
+                        KSAppendUTF8(*out, 0x10000 + ((pendingHighSurrogate - 0xD800) << 10) +
+                                               (code - 0xDC00));
                         pendingHighSurrogate = 0;
                     } else {
-                        appendUTF8(*out, code);
+                        KSAppendUTF8(*out, code);
                     }
                     break;
                 }

@@ -1,4 +1,5 @@
 #include "Platform/predicate/KSPredicateParser.h"
+#include "Platform/core/KSUnicode.h"
 
 #include <cctype>
 #include <cmath>
@@ -55,24 +56,6 @@ bool isIdentifierStart(unsigned char c) {
 }
 bool isIdentifierChar(unsigned char c) {
     return isIdentifierStart(c) || std::isdigit(c);
-}
-
-void appendUTF8(std::string& out, std::uint32_t cp) {
-    if (cp < 0x80) {
-        out += static_cast<char>(cp);
-    } else if (cp < 0x800) {
-        out += static_cast<char>(0xC0 | (cp >> 6));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else if (cp < 0x10000) {
-        out += static_cast<char>(0xE0 | (cp >> 12));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (cp >> 18));
-        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    }
 }
 
 class Lexer {
@@ -215,7 +198,7 @@ private:
                     out += '\0';
                     break;
                 case 'u':
-                    appendUTF8(out, readUnicodeEscape(pos_ - 2));
+                    KSAppendUTF8(out, readUnicodeEscape(pos_ - 2));
                     break;
                 default:
                     out += e;  // \\, \', \" and any other character stand for themselves

@@ -79,6 +79,22 @@ TEST(DifferenceEngineTest, ObjectsAreNotKeptAliveByTheEngine) {
     EXPECT_TRUE(engine.currentEvents()[0].object.expired());
 }
 
+TEST(DifferenceEngineTest, DeletedIdsStayKnownUntilTheObjectComesBack) {
+    TMDifferenceEngine engine(true);
+    auto object = objectWithId(5);
+    engine.objectDidInsert(*object);
+    EXPECT_TRUE(engine.deletedObjectIds().empty());
+    engine.objectWillDelete(*object);
+    // Still registered, as undo may bring it back, but marked as deleted.
+    EXPECT_EQ(engine.objectWithId(5), object);
+    EXPECT_EQ(engine.deletedObjectIds().count(5), 1u);
+    engine.objectDidInsert(*object);
+    EXPECT_TRUE(engine.deletedObjectIds().empty());
+    engine.objectWillDelete(*object);
+    engine.forgetAllObjects();
+    EXPECT_TRUE(engine.deletedObjectIds().empty());
+}
+
 TEST(DifferenceEngineTest, IdHandlersAreKeptByAttribute) {
     TMDifferenceEngine engine(true);
     engine.registerHandlerForIdChangesToAttribute(

@@ -96,17 +96,9 @@ protected:
     KSUndoManager& undo() { return *document.undo; }
 
     // The plan starts at `date` and schedules forward.
-    void anchorStart(const KSDateTime& date) {
-        scenario->setStoredHasFixedEndDate(false);
-        scenario->setStoredFixedDate(date);
-        root().invalidateAllDates();
-    }
+    void anchorStart(const KSDateTime& date) { scenario->setStartDate(date); }
     // The plan ends at `date` and schedules backward.
-    void anchorEnd(const KSDateTime& date) {
-        scenario->setStoredHasFixedEndDate(true);
-        scenario->setStoredFixedDate(date);
-        root().invalidateAllDates();
-    }
+    void anchorEnd(const KSDateTime& date) { scenario->setEndDate(date); }
 
     // A task of `hours` of work appended to `parent` (the root by default).
     std::shared_ptr<KSTask> task(const std::string& title, double hours,

@@ -3,8 +3,7 @@
 //
 //   PlanTest: auto g = group("G"); auto a = task("A", g, 8.0); drain();
 //
-// The project and the scenario carry the plan settings the task reads by key
-// ("useFlatNumbering", "hasGenericDates", "hasFixedEndDate"), so tests can set them.
+// The plan has real dates, anchored at its start on Monday 1 January 2001 at 0:00.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -39,51 +38,9 @@ public:
     std::vector<KSError> errors;
 };
 
-// A project with the numbering setting.
-class PlanProject : public KSProject {
-    KS_DECLARE_CLASS()
-public:
-    explicit PlanProject(KSDocumentProtocol* document) : KSProject(document) {}
-    bool useFlatNumbering() const { return useFlatNumbering_; }
-    void setUseFlatNumbering(bool flag) { useFlatNumbering_ = flag; }
-
-private:
-    bool useFlatNumbering_ = false;
-};
-
-inline const KSClassInfo& PlanProject::staticClassInfo() {
-    static const KSClassInfo info = KSClassInfo::make<PlanProject>(
-        "PlanProject", &KSProject::staticClassInfo(), [](KSClassBuilder<PlanProject>& b) {
-            b.attribute("useFlatNumbering", &PlanProject::useFlatNumbering,
-                        &PlanProject::setUseFlatNumbering);
-        });
-    return info;
-}
-
-// A scenario with the anchor settings.
-class PlanScenario : public KSScenario {
-    KS_DECLARE_CLASS()
-public:
-    bool hasGenericDates() const { return hasGenericDates_; }
-    void setHasGenericDates(bool flag) { hasGenericDates_ = flag; }
-    bool hasFixedEndDate() const { return hasFixedEndDate_; }
-    void setHasFixedEndDate(bool flag) { hasFixedEndDate_ = flag; }
-
-private:
-    bool hasGenericDates_ = false;
-    bool hasFixedEndDate_ = false;
-};
-
-inline const KSClassInfo& PlanScenario::staticClassInfo() {
-    static const KSClassInfo info = KSClassInfo::make<PlanScenario>(
-        "PlanScenario", &KSScenario::staticClassInfo(), [](KSClassBuilder<PlanScenario>& b) {
-            b.attribute("hasGenericDates", &PlanScenario::hasGenericDates,
-                        &PlanScenario::setHasGenericDates);
-            b.attribute("hasFixedEndDate", &PlanScenario::hasFixedEndDate,
-                        &PlanScenario::setHasFixedEndDate);
-        });
-    return info;
-}
+// The plan's settings are the project's and the scenario's own.
+using PlanProject = KSProject;
+using PlanScenario = KSScenario;
 
 class PlanTest : public ::testing::Test {
 protected:
@@ -93,6 +50,8 @@ protected:
         project = std::make_shared<PlanProject>(&document);
         scenario = std::make_shared<PlanScenario>();
         project->addScenario(scenario);
+        // A real start on the first day of the generic week, as a file would set it.
+        scenario->setStoredFixedDate(KSScenario::genericStartDate());
         drain();
     }
     void TearDown() override {
