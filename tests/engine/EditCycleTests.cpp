@@ -170,6 +170,26 @@ TEST_F(EditCycleTest, LevelingLimitsComeFromConstraintsAndLinksAndAValidNullStay
     EXPECT_EQ(iso(a->levelingLimit()), "2024-01-11T08:00");
 }
 
+// Progress moves no date, only where the rest of the work begins.
+//   T 16h: Mon 08:00 - Tue 17:00
+TEST_F(EditCycleTest, TheUncompletedStartFollowsTheWorkDone) {
+    auto t = task("T", 16);
+    drain();
+    EXPECT_EQ(iso(t->uncompletedStartDate()), "2024-01-08T08:00");
+    t->setEffortDone(4 * kHour);
+    // Four hours end at noon; the rest begins when work resumes.
+    EXPECT_EQ(iso(t->uncompletedStartDate()), "2024-01-08T13:00");
+    EXPECT_EQ(span(t), "2024-01-08T08:00 - 2024-01-09T17:00");
+    t->setUncompletedStartDate(at(2024, 1, 9, 8));
+    EXPECT_EQ(t->effortDone(), 8 * kHour);
+    EXPECT_EQ(iso(t->uncompletedStartDate()), "2024-01-09T08:00");
+    EXPECT_EQ(t->effortDoneForUncompletedStartDate(at(2024, 1, 5, 8)), 0.0);
+    EXPECT_EQ(t->effortDoneForUncompletedStartDate(at(2024, 1, 12, 8)), 16 * kHour);
+    EXPECT_EQ(iso(t->startDateForUncompletedStartDate(at(2024, 1, 9, 10))), "2024-01-08T10:00");
+    t->setEffortDone(16 * kHour);
+    EXPECT_EQ(iso(t->uncompletedStartDate()), "2024-01-09T17:00");
+}
+
 // Ten thousand tasks in one chain: reading the last date and editing the first walk the
 // whole chain, from work lists rather than the stack.
 TEST_F(EditCycleTest, AChainOfTenThousandLinksNeedsNoDeepStack) {

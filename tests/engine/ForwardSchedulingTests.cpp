@@ -1,5 +1,6 @@
 // Plans anchored at their start: chains, slack, lead and lag, constraints, locks,
 // milestones, late tasks and hammocks.
+#include "Model/engine/KSCriticalPath.h"
 #include "engine/ScheduleFixture.h"
 
 namespace kestrum::test {
@@ -232,6 +233,53 @@ TEST_F(ForwardSchedulingTest, AHammockWithoutAnEndLinkEndsWithThePlan) {
     drain();
     EXPECT_EQ(iso(h->endDate()), iso(root().currentEndLimit()));
     EXPECT_EQ(iso(h->endDate()), "2024-01-11T17:00");
+}
+
+}  // namespace
+}  // namespace kestrum::test
+
+namespace kestrum::test {
+namespace {
+
+// A critical path keeps its own absolute limits: seeded with an earlier plan end, its
+// slack comes out smaller (never below 0), and the tasks' own limits stay as they were.
+//   A 8h Mon;  B 16h after A (Tue-Wed);  C 4h after B (Thu morning);  D 4h unlinked.
+TEST_F(ForwardSchedulingTest, ACriticalPathComputesLimitsInItsOwnCache) {
+    auto a = task("A", 8);
+    auto b = task("B", 16);
+    auto c = task("C", 4);
+    auto d = task("D", 4);
+    link(a, b);
+    link(b, c);
+    drain();
+    ASSERT_FALSE(scenario->criticalPaths().empty());
+    KSCriticalPath& path = *scenario->criticalPaths().front();
+    path.clearCachedDates();
+    path.cacheDateForTask(at(2024, 1, 10, 17), root());
+    EXPECT_EQ(iso(c->absoluteEndLimitForCriticalPath(&path)), "2024-01-10T17:00");
+    EXPECT_EQ(iso(a->absoluteEndLimitForCriticalPath(&path)), "2024-01-08T12:00");
+    EXPECT_EQ(c->resourceConstrainedTotalSlackForCriticalPath(&path), 0.0);
+    EXPECT_EQ(d->resourceConstrainedTotalSlackForCriticalPath(&path), 20 * kHour);
+    EXPECT_EQ(iso(c->absoluteEndLimit()), "2024-01-11T12:00");
+    EXPECT_EQ(d->totalSlack(), 24 * kHour);
+    EXPECT_EQ(iso(b->endForAbsoluteStartLimitForCriticalPath(nullptr)), "2024-01-10T17:00");
+}
+
+TEST_F(ForwardSchedulingTest, TheScheduleTypeCellOfAGroupReadsEmptyAgain) {
+    auto g = group("G");
+    auto a = task("A", 8, g);
+    auto b = task("B", 8, g);
+    drain();
+    g->setScheduleTypeNumber(KSValue(static_cast<long long>(scheduleTypeALAP)));
+    EXPECT_EQ(a->scheduleType(), scheduleTypeALAP);
+    EXPECT_EQ(b->scheduleType(), scheduleTypeALAP);
+    EXPECT_TRUE(g->scheduleTypeNumber().isNull());
+    EXPECT_EQ(g->scheduleType(), scheduleTypeASAP);
+    drain();
+    EXPECT_EQ(span(a), "2024-01-08T08:00 - 2024-01-08T17:00");
+    undo().undo();
+    EXPECT_EQ(a->scheduleType(), scheduleTypeASAP);
+    EXPECT_EQ(a->scheduleTypeNumber().integerValue(), scheduleTypeASAP);
 }
 
 }  // namespace
