@@ -243,10 +243,12 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     toStep(2);
                     return setOff(this, InvalidationWalk::CurrentStart);
                 case 2:
-                    // The link's dependent is this task itself: the prerequisite's own
-                    // limit is not touched here.
-                    if (KSTask* self = nextLinkedTask(prerequisites_, frame.index, true))
-                        return setOff(self, InvalidationWalk::AbsoluteEnd);
+                    // For each active link into this task, the link's dependent: this task
+                    // itself, not the prerequisite. After the first such walk the others
+                    // find the limit empty and stop, so one walk does for all of them.
+                    toStep(3);
+                    if (nextLinkedTask(prerequisites_, frame.index, true))
+                        return setOff(this, InvalidationWalk::AbsoluteEnd);
                     return false;
                 default:
                     return false;
