@@ -14,8 +14,11 @@
 //
 // The class is large and split by concern over several sources: KSTask.cpp (fields,
 // text, status, order), -Types (type changes), -Hierarchy (children, roll-up, gathering,
-// joining and leaving a plan), -Numbering, -Effort (effort and progress), -Dates
-// (caches, invalidations, recomputation), -Locks (locks and constraints), -Split, -Copy.
+// joining and leaving a plan), -Numbering, -Effort (effort and progress), -Dates (the
+// rules of each date, slack), -Evaluation (the date getters and their work list),
+// -Invalidation (the invalidation walks), -Scheduling (schedule type, date setters,
+// recomputation), -Links (the task's side of its links), -Loops (dependency loops),
+// -Locks (locks and constraints), -Split, -Copy.
 //
 //   auto group = std::make_shared<KSTask>();
 //   scenario->rootTask()->addChildTask(group);
@@ -385,7 +388,7 @@ public:
     KSValue effortRemainingNumber() const;
     void setEffortRemainingNumber(const KSValue& value);
 
-    // --- Schedule type (KSTask-DateSetters.cpp) -------------------------------------------
+    // --- Schedule type (KSTask-Scheduling.cpp) -------------------------------------------
     // The stored schedule type; a group follows the plan's anchor (ALAP at a fixed end).
     KSScheduleType scheduleType() const;
     // Undoable; passed down to children, and clears the leveled date.
@@ -400,15 +403,16 @@ public:
     void _swapScheduleTypeNumberBackToNil();
 
     // --- Dates (KSTask-Dates.cpp) -----------------------------------------------------------
-    // Every date is a cache filled on reading; a null answer means no date can be given
-    // (no plan). Reading is safe at any time and computes only what was invalidated.
+    // Every date is a cache filled on reading (KSTask-Evaluation.cpp) by the rules here.
+    // Reading is safe at any time and computes only what was invalidated; a task outside
+    // a plan is dated from the generic start.
     KSDateTime startDate();
     KSDateTime endDate();
     // How far the task could move given its neighbours' present dates.
     KSDateTime currentStartLimit();
     KSDateTime currentEndLimit();
-    // The start limit with (true) or without (false) the leveled dates of tasks scheduled
-    // against the plan's direction; both forms are cached.
+    // The start limit with (true) or without (false) the hold of leveled dates, here and
+    // up the tree and links; both forms are cached.
     KSDateTime _computeCurrentStartLimitIncludingOppositeScheduling(bool includeOpposite);
     KSDateTime _computeCurrentStartLimitIgnoringDependenciesIncludingOppositeScheduling(
         bool includeOpposite);
@@ -485,7 +489,7 @@ public:
     // Units times efficiency over the assignments of working resources.
     double totalUnitEfficiencyAssigned() const;
 
-    // --- Setting dates (KSTask-DateSetters.cpp) ----------------------------------------------
+    // --- Setting dates (KSTask-Scheduling.cpp) ----------------------------------------------
     // Moves the task by its constraints (ASAP start, ALAP end) or by its effort (the
     // derived end); "Set Start Date". Null does nothing.
     void setStartDate(const KSDateTime& date);
@@ -508,7 +512,7 @@ public:
     void invalidateEndDate();
     void invalidateAllDates();
 
-    // --- Edit cycle (KSTask-DateSetters.cpp) ------------------------------------------------
+    // --- Edit cycle (KSTask-Scheduling.cpp) ------------------------------------------------
     // Marks the task for recomputation once per cycle (not for prototypes or outside a plan).
     void _needsSchedulingRecomputation();
     // Fills the caches again and announces the dates.
