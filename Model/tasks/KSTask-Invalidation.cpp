@@ -5,11 +5,10 @@
 // children, along active links. An already empty cache stops a walk, since nothing
 // computed can hang from it; that bounds a walk to what had been computed.
 //
-// One refinement of the rules: at the root, the earliest end and latest start walks go on
-// to the root's own limits only in the plan's direction that reads them (the end limits
-// in a fixed-start plan, the start limits in a fixed-end one). The other limits are the
-// anchor itself and cannot change; walking them would clear every date of the plan after
-// any change of effort.
+// A change of effort reaches the root through the earliest end and latest start walks,
+// and from there clears the limits of every task: that walk is what refreshes the dates
+// that read a neighbour's length without a link of their own to it (a constraint bound
+// to the task's own end, the chunk after a chunk).
 //
 // The walks run from an explicit work list of frames, one per invalidation under way, in
 // exactly the order a recursive reading of the rules gives (a walk set off by another
@@ -203,12 +202,6 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                         toStep(2);
                         return setOff(p, InvalidationWalk::EarliestEnd);
                     }
-                    // The root's end limits read its earliest end only where the plan
-                    // has no fixed end; at a fixed end they are the anchor and stay.
-                    if (fixedEnd) {
-                        toStep(2);
-                        return true;
-                    }
                     toStep(1);
                     return setOff(this, InvalidationWalk::AbsoluteEnd);
                 case 1:
@@ -230,12 +223,6 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     if (KSTask* p = parentTask()) {
                         toStep(2);
                         return setOff(p, InvalidationWalk::LatestStart);
-                    }
-                    // The mirror: the root's start limits read its latest start only at
-                    // a fixed end; at a fixed start they are the anchor and stay.
-                    if (!fixedEnd) {
-                        toStep(2);
-                        return true;
                     }
                     toStep(1);
                     return setOff(this, InvalidationWalk::AbsoluteStart);
@@ -346,6 +333,64 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
             }
     }
     return false;
+}
+
+void KSTask::_invalidateLimitsReadingLength() {
+    // Limits that read this task's length, or a date its length moves, with no walk of
+    // their own to reach them. The plan-wide walk from the root refreshes them too, but
+    // only once the latest start it starts from has been computed again; between two
+    // edits it may not have been.
+    const bool ownEndBound =
+        !noEarlierThanConstraintDate_.isNull() && noEarlierThanEnd_ == KSConstrainedTaskEndEnd;
+    const bool ownStartBound =
+        !noLaterThanConstraintDate_.isNull() && noLaterThanEnd_ == KSConstrainedTaskEndStart;
+    if (ownEndBound || flags_.hasEndingPrerequisites) {
+        invalidateCurrentStartLimit();
+        invalidateAbsoluteStartLimit();
+    }
+    bool readByDependents = ownStartBound;
+    for (std::size_t i = 0; i < dependents_.size(); ++i) {
+        const KSDependency& link = *dependents_[i];
+        KSTask* after = link.dependent();
+        if (!link.isActive() || !after) continue;
+        if (!link.prerequisiteAlignedToEnd()) readByDependents = true;
+        // The derived end of an early task is walked to its dependents; the derived start
+        // of a late one is not, and a dependent may be joined to it. A lead given as a
+        // share of this task's effort moves with it too.
+        after->invalidateCurrentStartLimit();
+        if (link.leadTimeIsPercentage()) after->invalidateAbsoluteStartLimit();
+    }
+    if (readByDependents) {
+        invalidateCurrentEndLimit();
+        invalidateAbsoluteEndLimit();
+    }
+    // A prerequisite may be joined to this task's moving end.
+    for (std::size_t i = 0; i < prerequisites_.size(); ++i) {
+        const KSDependency& link = *prerequisites_[i];
+        KSTask* before = link.prerequisite();
+        if (!link.isActive() || !before) continue;
+        before->invalidateCurrentEndLimit();
+        before->invalidateAbsoluteEndLimit();
+    }
+    // Chunks of one split task bound each other by their ends.
+    if (KSTask* next = nextSplitChunk()) {
+        next->invalidateCurrentStartLimit();
+        next->invalidateAbsoluteStartLimit();
+    }
+    if (KSTask* previous = previousSplitChunk()) previous->invalidateCurrentEndLimit();
+    // A group converts its constraints through its children's lengths.
+    for (KSTask* group = parentTask(); group; group = group->parentTask()) {
+        if (!group->noEarlierThanConstraintDate_.isNull() &&
+            group->noEarlierThanEnd_ == KSConstrainedTaskEndEnd) {
+            group->invalidateCurrentStartLimit();
+            group->invalidateAbsoluteStartLimit();
+        }
+        if (!group->noLaterThanConstraintDate_.isNull() &&
+            group->noLaterThanEnd_ == KSConstrainedTaskEndStart) {
+            group->invalidateCurrentEndLimit();
+            group->invalidateAbsoluteEndLimit();
+        }
+    }
 }
 
 void KSTask::invalidateAllDates() {

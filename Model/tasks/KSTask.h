@@ -511,6 +511,9 @@ public:
     void invalidateStartDate();
     void invalidateEndDate();
     void invalidateAllDates();
+    // After a change of length: the limits that read it (through a constraint bound to
+    // the other end, a link, a percentage lead, a neighbouring chunk) or a date it moves.
+    void _invalidateLimitsReadingLength();
 
     // --- Edit cycle (KSTask-Scheduling.cpp) ------------------------------------------------
     // Marks the task for recomputation once per cycle (not for prototypes or outside a plan).

@@ -37,27 +37,67 @@ TEST_F(EditCycleTest, AnEditIsReadAtOnceWithoutFlushingAndUndoneAsAWhole) {
     EXPECT_EQ(span(c), "2024-01-11T08:00 - 2024-01-11T17:00");
 }
 
-// Only the dates that can depend on the edit are cleared: a task apart keeps its start and
-// end (no will-invalidate notice), though its limits follow the plan's new end.
-TEST_F(EditCycleTest, AnEditClearsOnlyWhatCanDependOnIt) {
-    auto a = task("A", 8);
-    auto b = task("B", 8);
-    link(a, b);
+// A task bound by its end (no earlier than Thursday 17:00) starts earlier when it grows:
+// its start limit reads its own length, and a change of length reaches it through the
+// plan-wide walk, as it reaches the task beside it that shares nothing with it.
+TEST_F(EditCycleTest, ALongerTaskBoundByItsEndStartsEarlier) {
+    auto t = task("T", 4);
+    t->setEndAfter(at(2024, 1, 11, 17));
     auto apart = task("Apart", 16);
     drain();
-    std::vector<std::string> noticed;
-    int token = 0;
-    KSNotificationCenter::defaultCenter().addObserver(
-        &token, KSTaskWillInvalidateDatesNotification, nullptr, [&](const KSNotification& n) {
-            noticed.push_back(*static_cast<KSTask*>(n.object)->title());
-        });
-    a->setEffort(16 * kHour);
-    KSNotificationCenter::defaultCenter().removeObserver(&token);
-    EXPECT_EQ(noticed, (std::vector<std::string>{"A", "B"}));
+    ASSERT_EQ(span(t), "2024-01-11T13:00 - 2024-01-11T17:00");
+    t->setEffort(8 * kHour);
+    EXPECT_EQ(span(t), "2024-01-11T08:00 - 2024-01-11T17:00");
+    t->setEffort(12 * kHour);
     drain();
+    EXPECT_EQ(span(t), "2024-01-10T13:00 - 2024-01-11T17:00");
     EXPECT_EQ(span(apart), "2024-01-08T08:00 - 2024-01-09T17:00");
-    EXPECT_EQ(span(b), "2024-01-10T08:00 - 2024-01-10T17:00");
-    EXPECT_EQ(apart->totalSlack(), 8 * kHour);
+    EXPECT_EQ(apart->totalSlack(), 16 * kHour);
+}
+
+// Between two edits nothing is recomputed; every read must still be current, also where a
+// length turns one end's bound into the other's: an end-aligned link, a percentage lead.
+TEST_F(EditCycleTest, LengthsReadThroughLinksStayCurrentBetweenEdits) {
+    auto a = task("A", 8);
+    auto b = task("B", 4);
+    link(a, b, KSDependencyFinishToFinish);
+    auto c = task("C", 4);
+    link(a, c, KSDependencyFinishToStart, 0.5)->setLeadTimeIsPercentage(true);
+    drain();
+    ASSERT_EQ(span(b), "2024-01-08T13:00 - 2024-01-08T17:00");
+    ASSERT_EQ(iso(c->startDate()), "2024-01-09T13:00");
+    b->setEffort(6 * kHour);
+    EXPECT_EQ(span(b), "2024-01-08T10:00 - 2024-01-08T17:00");
+    b->setEffort(8 * kHour);
+    EXPECT_EQ(span(b), "2024-01-08T08:00 - 2024-01-08T17:00");
+    a->setEffort(16 * kHour);
+    EXPECT_EQ(iso(c->startDate()), "2024-01-11T08:00");
+    a->setEffort(4 * kHour);
+    EXPECT_EQ(iso(c->startDate()), "2024-01-08T15:00");
+    drain();
+    EXPECT_EQ(iso(c->startDate()), "2024-01-08T15:00");
+    EXPECT_EQ(span(b), "2024-01-08T08:00 - 2024-01-08T17:00");
+}
+
+// A late task's start moves with its length; a task joined to that start follows at once.
+//   Late 8h (ALAP) before B (Tue):  Mon 08:00 - Mon 17:00;  S 4h starts with Late (SS).
+TEST_F(EditCycleTest, ATaskJoinedToALateStartFollowsItBetweenEdits) {
+    auto late = task("Late", 8);
+    late->setScheduleType(scheduleTypeALAP);
+    auto b = task("B", 8);
+    link(late, b);
+    auto longest = task("Longest", 24);
+    auto s = task("S", 4);
+    link(late, s, KSDependencyStartToStart);
+    drain();
+    ASSERT_EQ(span(late), "2024-01-09T08:00 - 2024-01-09T17:00");
+    ASSERT_EQ(iso(s->startDate()), "2024-01-09T08:00");
+    late->setEffort(4 * kHour);
+    EXPECT_EQ(iso(s->startDate()), "2024-01-09T13:00");
+    late->setEffort(2 * kHour);
+    EXPECT_EQ(iso(late->startDate()), "2024-01-09T15:00");
+    EXPECT_EQ(iso(s->startDate()), "2024-01-09T15:00");
+    (void)longest;
 }
 
 // The notice goes out once per task and walk, before its dates are gone.
