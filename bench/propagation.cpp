@@ -11,9 +11,9 @@
 //   EditEarlyTask        one early task's effort changed, then the plan recomputed
 //   ChainOfTenThousand   10,000 tasks in one chain: recompute, then an edit of the head
 //
-// An edit clears what can depend on it: in the spread plan that is every date downstream
-// of the task, which is the whole plan; in both, every task's total slack (its absolute
-// end limit) follows the plan's end and is recomputed.
+// A change of effort reaches the root through the task's earliest end and latest start,
+// and the root's limits are walked down to every task: whatever the shape, the edit
+// recomputes the whole plan, and its cost is that of a full recompute plus the walks.
 //
 // Goals: the full recompute under 50 ms, the edit under 5 ms, the chain completes.
 // KESTRUM_BENCH_SMOKE=1 runs 500 tasks and a chain of 500.
