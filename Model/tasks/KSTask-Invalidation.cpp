@@ -130,12 +130,16 @@ void KSTask::_postWillInvalidateDates() {
 
 bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, InvalidationFrame& next,
                                bool& pushNext) {
+    // Sets off a walk; one that would stop at once, doing nothing, needs no frame. True
+    // when a frame is to be pushed.
+    auto tryToSetOff = [&](KSTask* task, InvalidationWalk walk) {
+        if (task->_invalidationWouldStopAtOnce(walk)) return false;
+        next = InvalidationFrame{task, walk, 0, false, 0};
+        pushNext = true;
+        return true;
+    };
     auto setOff = [&](KSTask* task, InvalidationWalk walk) {
-        // A walk that would stop at once, doing nothing, needs no frame.
-        if (!task->_invalidationWouldStopAtOnce(walk)) {
-            next = InvalidationFrame{task, walk, 0, false, 0};
-            pushNext = true;
-        }
+        tryToSetOff(task, walk);
         return true;
     };
     auto toStep = [&](std::uint8_t step) {
@@ -156,13 +160,15 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     toStep(1);
                     return setOff(this, InvalidationWalk::EarliestEnd);
                 case 1:
-                    if (KSTask* child = nextChild(*this, frame.index))
-                        return setOff(child, InvalidationWalk::AbsoluteStart);
+                    while (KSTask* child = nextChild(*this, frame.index)) {
+                        if (tryToSetOff(child, InvalidationWalk::AbsoluteStart)) return true;
+                    }
                     toStep(2);
                     return true;
                 case 2:
-                    if (KSTask* after = nextLinkedTask(dependents_, frame.index, true))
-                        return setOff(after, InvalidationWalk::AbsoluteStart);
+                    while (KSTask* after = nextLinkedTask(dependents_, frame.index, true)) {
+                        if (tryToSetOff(after, InvalidationWalk::AbsoluteStart)) return true;
+                    }
                     toStep(3);
                     if (fixedEnd && (isAsSoonAsPossible() || isHammockTask()))
                         return setOff(this, InvalidationWalk::Start);
@@ -182,8 +188,9 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     toStep(1);
                     return setOff(this, InvalidationWalk::LatestStart);
                 case 1:
-                    if (KSTask* child = nextChild(*this, frame.index))
-                        return setOff(child, InvalidationWalk::AbsoluteEnd);
+                    while (KSTask* child = nextChild(*this, frame.index)) {
+                        if (tryToSetOff(child, InvalidationWalk::AbsoluteEnd)) return true;
+                    }
                     // No links are walked on this side: no mirror of the start side's step.
                     toStep(2);
                     if (!fixedEnd && (isAsLateAsPossible() || isHammockTask()))
@@ -208,8 +215,9 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     toStep(2);
                     return setOff(this, InvalidationWalk::CurrentEnd);
                 case 2:
-                    if (KSTask* after = nextLinkedTask(dependents_, frame.index, true))
-                        return setOff(after, InvalidationWalk::AbsoluteStart);
+                    while (KSTask* after = nextLinkedTask(dependents_, frame.index, true)) {
+                        if (tryToSetOff(after, InvalidationWalk::AbsoluteStart)) return true;
+                    }
                     return false;
                 default:
                     return false;
@@ -251,8 +259,9 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     toStep(1);
                     return true;
                 case 1:
-                    if (KSTask* child = nextChild(*this, frame.index))
-                        return setOff(child, InvalidationWalk::CurrentStart);
+                    while (KSTask* child = nextChild(*this, frame.index)) {
+                        if (tryToSetOff(child, InvalidationWalk::CurrentStart)) return true;
+                    }
                     toStep(2);
                     if (!fixedEnd && (isAsSoonAsPossible() || isHammockTask()))
                         return setOff(this, InvalidationWalk::Start);
@@ -269,8 +278,9 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     toStep(1);
                     return true;
                 case 1:
-                    if (KSTask* child = nextChild(*this, frame.index))
-                        return setOff(child, InvalidationWalk::CurrentEnd);
+                    while (KSTask* child = nextChild(*this, frame.index)) {
+                        if (tryToSetOff(child, InvalidationWalk::CurrentEnd)) return true;
+                    }
                     toStep(2);
                     if (fixedEnd && (isAsLateAsPossible() || isHammockTask()))
                         return setOff(this, InvalidationWalk::End);
@@ -292,8 +302,9 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     toStep(1);
                     return true;
                 case 1:
-                    if (KSTask* before = nextLinkedTask(prerequisites_, frame.index, false))
-                        return setOff(before, InvalidationWalk::CurrentEnd);
+                    while (KSTask* before = nextLinkedTask(prerequisites_, frame.index, false)) {
+                        if (tryToSetOff(before, InvalidationWalk::CurrentEnd)) return true;
+                    }
                     toStep(2);
                     if (isAsSoonAsPossible()) return setOff(this, InvalidationWalk::End);
                     return true;
@@ -318,8 +329,9 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     toStep(1);
                     return true;
                 case 1:
-                    if (KSTask* after = nextLinkedTask(dependents_, frame.index, true))
-                        return setOff(after, InvalidationWalk::CurrentStart);
+                    while (KSTask* after = nextLinkedTask(dependents_, frame.index, true)) {
+                        if (tryToSetOff(after, InvalidationWalk::CurrentStart)) return true;
+                    }
                     toStep(2);
                     if (isAsLateAsPossible()) return setOff(this, InvalidationWalk::Start);
                     return true;
