@@ -1,5 +1,7 @@
 #include "Platform/xml/BKXMLElement.h"
 
+#include <cstring>
+
 #include "Platform/core/KSNumberText.h"
 #include "Platform/xml/BKXMLComment.h"
 #include "Platform/xml/BKXMLDocument.h"
@@ -12,10 +14,25 @@ using bkxml::nodeOf;
 namespace {
 
 pugi::xml_attribute findAttribute(pugi::xml_node node, std::string_view name) {
-    for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
+    for (pugi::xml_attribute a = node.first_attribute(); bkxml::structOf(a);
+         a = a.next_attribute()) {
         if (bkxml::nameEquals(a.name(), name)) return a;
     }
     return pugi::xml_attribute();
+}
+
+// Whether `element` is written as an empty-element tag (no children, no text of its own).
+bool isWrittenEmpty(pugi::xml_node element) {
+    return !bkxml::structOf(element.first_child()) && element.value()[0] == 0;
+}
+
+// Keeps the document's size estimate as a child of `bytes` goes into `parent`; a parent
+// that was written empty now needs an end tag too.
+void noteChildAdded(BKXMLDocument* document, pugi::xml_node parent, bool parentWasEmpty,
+                    std::size_t bytes) {
+    if (!document) return;
+    if (parentWasEmpty) bytes += std::strlen(parent.name()) + 2;
+    document->noteWrittenSizeChange(static_cast<std::ptrdiff_t>(bytes));
 }
 
 // Comments are never read back; their line breaks are normalised so that a carriage
@@ -53,7 +70,12 @@ bool BKXMLElement::removeAttributeNamed(std::string_view name) {
     if (!node_) return false;
     pugi::xml_node node = nodeOf(node_);
     pugi::xml_attribute a = findAttribute(node, name);
-    return a && node.remove_attribute(a);
+    if (!bkxml::structOf(a)) return false;
+    if (document_) {
+        document_->noteWrittenSizeChange(
+            -static_cast<std::ptrdiff_t>(bkxml::writtenSizeOfAttribute(a)));
+    }
+    return node.remove_attribute(a);
 }
 
 std::vector<std::pair<std::string_view, std::string_view>> BKXMLElement::attributes() const {
@@ -72,8 +94,15 @@ void BKXMLElement::setAttributeString(std::string_view name, std::string_view va
     std::string_view cleanValue = bkxml::sanitizedText(value, valueStorage);
     pugi::xml_node node = nodeOf(node_);
     pugi::xml_attribute a = findAttribute(node, cleanName);
-    if (!a) a = node.append_attribute(bkxml::NameBuffer(cleanName).c_str());
+    std::ptrdiff_t sizeChange = static_cast<std::ptrdiff_t>(cleanValue.size());
+    if (bkxml::structOf(a)) {
+        sizeChange -= static_cast<std::ptrdiff_t>(std::strlen(a.value()));
+    } else {
+        a = node.append_attribute(bkxml::NameBuffer(cleanName).c_str());
+        sizeChange += static_cast<std::ptrdiff_t>(cleanName.size() + 4);
+    }
     a.set_value(cleanValue.data(), cleanValue.size());
+    if (document_) document_->noteWrittenSizeChange(sizeChange);
 }
 
 void BKXMLElement::setAttributeInteger(std::string_view name, std::int64_t value) {
@@ -92,8 +121,11 @@ BKXMLElement BKXMLElement::appendElement(std::string_view name) {
     if (!node_) return BKXMLElement();
     std::string storage;
     std::string_view cleanName = bkxml::sanitizedName(name, storage);
-    pugi::xml_node child = nodeOf(node_).append_child(bkxml::NameBuffer(cleanName).c_str());
-    return BKXMLElement(child.internal_object(), document_);
+    pugi::xml_node parent = nodeOf(node_);
+    bool parentWasEmpty = isWrittenEmpty(parent);
+    pugi::xml_node child = parent.append_child(bkxml::NameBuffer(cleanName).c_str());
+    noteChildAdded(document_, parent, parentWasEmpty, cleanName.size() + 3);
+    return BKXMLElement(bkxml::structOf(child), document_);
 }
 
 void BKXMLElement::appendString(std::string_view text) {
@@ -101,19 +133,28 @@ void BKXMLElement::appendString(std::string_view text) {
     if (!node_ || text.empty()) return;
     std::string storage;
     std::string_view clean = bkxml::sanitizedText(text, storage);
-    nodeOf(node_).append_child(pugi::node_pcdata).set_value(clean.data(), clean.size());
+    pugi::xml_node parent = nodeOf(node_);
+    bool parentWasEmpty = isWrittenEmpty(parent);
+    parent.append_child(pugi::node_pcdata).set_value(clean.data(), clean.size());
+    noteChildAdded(document_, parent, parentWasEmpty, clean.size());
 }
 
 void BKXMLElement::appendChild(const BKXMLComment& comment) {
     if (!node_) return;
     std::string text = commentText(comment.string());
-    nodeOf(node_).append_child(pugi::node_comment).set_value(text.data(), text.size());
+    pugi::xml_node parent = nodeOf(node_);
+    bool parentWasEmpty = isWrittenEmpty(parent);
+    parent.append_child(pugi::node_comment).set_value(text.data(), text.size());
+    noteChildAdded(document_, parent, parentWasEmpty, text.size() + 7);
 }
 
 BKXMLElement BKXMLElement::appendChild(const BKXMLElement& element) {
     if (!node_ || !element.node_) return BKXMLElement();
-    pugi::xml_node copy = nodeOf(node_).append_copy(nodeOf(element.node_));
-    return BKXMLElement(copy.internal_object(), document_);
+    pugi::xml_node parent = nodeOf(node_);
+    bool parentWasEmpty = isWrittenEmpty(parent);
+    pugi::xml_node copy = parent.append_copy(nodeOf(element.node_));
+    noteChildAdded(document_, parent, parentWasEmpty, bkxml::writtenSizeOf(copy));
+    return BKXMLElement(bkxml::structOf(copy), document_);
 }
 
 BKXMLChildRange BKXMLElement::children() const {

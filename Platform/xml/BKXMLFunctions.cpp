@@ -1,5 +1,9 @@
 #include "Platform/xml/BKXMLFunctions.h"
 
+#include <array>
+#include <cstdint>
+#include <cstring>
+
 #include "Platform/core/KSLog.h"
 #include "Platform/core/KSNumberText.h"
 #include "Platform/core/KSUUID.h"
@@ -49,12 +53,55 @@ std::size_t decodeUTF8(std::string_view text, std::size_t i, char32_t* codePoint
     return 0;
 }
 
+// What each byte may be in a name: kNameStart, a name may start with it; kNameByte, a name
+// may hold it; kPlainName, it is an ASCII byte a name may hold. Bytes from 0x80 on belong
+// to characters that are taken as name characters.
+constexpr unsigned char kNameStart = 1, kNameByte = 2, kPlainName = 4;
+constexpr std::array<unsigned char, 256> kNameBytes = [] {
+    std::array<unsigned char, 256> table{};
+    for (unsigned c = 0; c < 256; ++c) {
+        bool start =
+            (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':' || c >= 0x80;
+        bool inside = start || (c >= '0' && c <= '9') || c == '-' || c == '.';
+        table[c] = static_cast<unsigned char>((start ? kNameStart : 0) | (inside ? kNameByte : 0) |
+                                              (inside && c < 0x80 ? kPlainName : 0));
+    }
+    return table;
+}();
+
 bool isNameStartByte(unsigned char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':' || c >= 0x80;
+    return (kNameBytes[c] & kNameStart) != 0;
 }
 
 bool isNameByte(unsigned char c) {
-    return isNameStartByte(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
+    return (kNameBytes[c] & kNameByte) != 0;
+}
+
+// Whether any of the eight bytes of `word` is below 0x20 or from 0x80 on: only text with
+// such bytes can need changing. (A byte below 0x20 borrows in the subtraction and sets its
+// top bit; bytes below it cannot borrow unless they are flagged themselves.)
+bool hasSpecialByte(std::uint64_t word) {
+    constexpr std::uint64_t kOnes = 0x0101010101010101ull;
+    constexpr std::uint64_t kTopBits = 0x8080808080808080ull;
+    return (((word - kOnes * 0x20) | word) & kTopBits) != 0;
+}
+
+// The number of bytes from `i` on that are printable ASCII (0x20 to 0x7F), eight at a time
+// while they last: the common case of text that passes unchanged.
+std::size_t plainRunFrom(std::string_view text, std::size_t i) {
+    const std::size_t start = i;
+    while (text.size() - i >= 8) {
+        std::uint64_t word;
+        std::memcpy(&word, text.data() + i, sizeof word);
+        if (hasSpecialByte(word)) break;
+        i += 8;
+    }
+    while (i < text.size()) {
+        auto c = static_cast<unsigned char>(text[i]);
+        if (c < 0x20 || c >= 0x80) break;
+        ++i;
+    }
+    return i - start;
 }
 
 }  // namespace
@@ -71,9 +118,14 @@ std::string_view sanitizedText(std::string_view text, std::string& storage) {
         }
     };
     while (i < text.size()) {
+        std::size_t run = plainRunFrom(text, i);
+        if (building) storage.append(text.data() + i, run);
+        i += run;
+        if (i >= text.size()) break;
         auto c = static_cast<unsigned char>(text[i]);
         if (c < 0x80) {
-            if (c < 0x20 && c != '\t' && c != '\n' && c != '\r') {
+            // A control character: XML keeps only tab, line feed and carriage return.
+            if (c != '\t' && c != '\n' && c != '\r') {
                 startBuilding();
             } else if (building) {
                 storage += static_cast<char>(c);
@@ -98,15 +150,14 @@ std::string_view sanitizedText(std::string_view text, std::string& storage) {
     return building ? std::string_view(storage) : text;
 }
 
-std::string_view sanitizedName(std::string_view name, std::string& storage) {
+namespace {
+
+// Names that are not plain ASCII name characters: checked for other characters, and
+// repaired where needed.
+std::string_view sanitizedNameSlow(std::string_view name, std::string& storage) {
     bool valid = !name.empty() && isNameStartByte(static_cast<unsigned char>(name[0]));
-    bool ascii = true;
-    for (std::size_t i = 0; valid && i < name.size(); ++i) {
-        auto c = static_cast<unsigned char>(name[i]);
-        valid = isNameByte(c);
-        ascii = ascii && c < 0x80;
-    }
-    if (valid && ascii) return name;
+    for (std::size_t i = 0; valid && i < name.size(); ++i)
+        valid = isNameByte(static_cast<unsigned char>(name[i]));
     std::string scratch;
     std::string_view text = sanitizedText(name, scratch);
     if (valid && text.data() == name.data()) return name;
@@ -117,6 +168,19 @@ std::string_view sanitizedName(std::string_view name, std::string& storage) {
     KSLog("Invalid XML name '%@' written as '%@'", BKXMLStringByRemovingInvalidCharacters(name),
           storage);
     return storage;
+}
+
+}  // namespace
+
+std::string_view sanitizedName(std::string_view name, std::string& storage) {
+    if (name.empty()) return sanitizedNameSlow(name, storage);
+    // Almost every name is a literal of plain ASCII name characters: one table look-up a byte.
+    unsigned char kinds =
+        (kNameBytes[static_cast<unsigned char>(name[0])] & kNameStart) ? kPlainName : 0;
+    for (char c : name)
+        kinds &= kNameBytes[static_cast<unsigned char>(c)];
+    if (kinds) return name;
+    return sanitizedNameSlow(name, storage);
 }
 
 }  // namespace bkxml

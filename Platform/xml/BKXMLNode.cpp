@@ -10,28 +10,24 @@ namespace bkxml {
 
 namespace {
 
-// Whitespace-only text in an element whose handling makes it layout. `text` is a text
-// node, or the element itself for its embedded text. The cheap tests come first.
-bool isHiddenWhitespace(pugi::xml_node text, bool embedded, BKXMLDocument* document) {
+// Whether whitespace-only text directly inside `parent` is layout. `ignores` caches the
+// answer for the caller's parent (-1 while unknown), so that a run of layout between
+// siblings asks the whitespace rules once, not once a node.
+bool ignoresWhitespaceIn(pugi::xml_node_struct* parent, BKXMLDocument* document,
+                         signed char* ignores) {
+    if (!ignores) return document->isIgnoringWhitespaceIn(parent);
+    if (*ignores < 0) *ignores = document->isIgnoringWhitespaceIn(parent) ? 1 : 0;
+    return *ignores != 0;
+}
+
+// Whether `text`, a text node or the element holding embedded text, is whitespace only and
+// the rules make it layout. `parent` is the element it stands in, or null to be found here
+// when needed. The cheap tests come first.
+bool isHiddenWhitespace(pugi::xml_node text, pugi::xml_node_struct* parent, BKXMLDocument* document,
+                        signed char* ignores) {
     if (!document || !document->hidesWhitespace() || !isWhitespaceOnly(text.value())) return false;
-    return document->isIgnoringWhitespaceIn(embedded ? structOf(text) : structOf(text.parent()));
+    return ignoresWhitespaceIn(parent ? parent : structOf(text.parent()), document, ignores);
 }
-
-}  // namespace
-
-bool isHidden(pugi::xml_node node, BKXMLDocument* document) {
-    if (!document) return false;
-    switch (node.type()) {
-        case pugi::node_element:
-            return document->isIgnoredNode(structOf(node));
-        case pugi::node_pcdata:
-            return isHiddenWhitespace(node, false, document);
-        default:
-            return false;
-    }
-}
-
-namespace {
 
 BKXMLNode::Kind kindOf(pugi::xml_node_type type) {
     switch (type) {
@@ -50,14 +46,16 @@ BKXMLNode::Kind kindOf(pugi::xml_node_type type) {
 }
 
 // The first node from `node` on that is not hidden; each node's type is asked once.
-BKXMLNode visibleFrom(pugi::xml_node node, BKXMLDocument* document) {
-    for (; node; node = node.next_sibling()) {
+// `parent` is the element the nodes stand in, or null when not at hand.
+BKXMLNode visibleFrom(pugi::xml_node node, pugi::xml_node_struct* parent, BKXMLDocument* document,
+                      signed char* ignores) {
+    for (; structOf(node); node = node.next_sibling()) {
         pugi::xml_node_type type = node.type();
         if (document) {
             if (type == pugi::node_element && document->isIgnoredNode(structOf(node))) {
                 continue;
             }
-            if (type == pugi::node_pcdata && isHiddenWhitespace(node, false, document)) {
+            if (type == pugi::node_pcdata && isHiddenWhitespace(node, parent, document, ignores)) {
                 continue;
             }
         }
@@ -68,19 +66,36 @@ BKXMLNode visibleFrom(pugi::xml_node node, BKXMLDocument* document) {
 
 }  // namespace
 
-BKXMLNode firstChildOf(pugi::xml_node_struct* element, BKXMLDocument* document) {
-    if (!element) return BKXMLNode();
-    // `element` is always an element here, so a value of its own is embedded text.
-    if (nodeOf(element).value()[0] != 0 && !isHiddenWhitespace(nodeOf(element), true, document)) {
-        return BKXMLNode(element, document, true);
+bool isHidden(pugi::xml_node node, BKXMLDocument* document) {
+    if (!document) return false;
+    switch (node.type()) {
+        case pugi::node_element:
+            return document->isIgnoredNode(structOf(node));
+        case pugi::node_pcdata:
+            return isHiddenWhitespace(node, nullptr, document, nullptr);
+        default:
+            return false;
     }
-    return visibleFrom(nodeOf(element).first_child(), document);
 }
 
-BKXMLNode nextSiblingOf(const BKXMLNode& node) {
+BKXMLNode firstChildOf(pugi::xml_node_struct* element, BKXMLDocument* document,
+                       signed char* ignores) {
+    if (!element) return BKXMLNode();
+    // `element` is always an element here, so a value of its own is embedded text.
+    pugi::xml_node node = nodeOf(element);
+    if (node.value()[0] != 0 && !isHiddenWhitespace(node, element, document, ignores)) {
+        return BKXMLNode(element, document, BKXMLNode::Kind::Text, true);
+    }
+    return visibleFrom(nodeOf(element).first_child(), element, document, ignores);
+}
+
+BKXMLNode nextSiblingOf(const BKXMLNode& node, signed char* ignores) {
     if (node.isNull()) return BKXMLNode();
     pugi::xml_node n = nodeOf(node.internalNode());
-    return visibleFrom(node.isEmbeddedText() ? n.first_child() : n.next_sibling(), node.document());
+    if (node.isEmbeddedText()) {
+        return visibleFrom(n.first_child(), structOf(n), node.document(), ignores);
+    }
+    return visibleFrom(n.next_sibling(), nullptr, node.document(), ignores);
 }
 
 }  // namespace bkxml
@@ -106,7 +121,7 @@ std::string_view BKXMLNode::string() const {
 }
 
 BKXMLChildRange::Iterator& BKXMLChildRange::Iterator::operator++() {
-    node_ = bkxml::nextSiblingOf(node_);
+    node_ = bkxml::nextSiblingOf(node_, &ignoresWhitespace_);
     return *this;
 }
 

@@ -24,6 +24,13 @@ inline pugi::xml_node nodeOf(pugi::xml_node_struct* node) {
 inline pugi::xml_node_struct* structOf(pugi::xml_node node) {
     return std::bit_cast<pugi::xml_node_struct*>(node);
 }
+// The same for attributes; a null handle gives a null pointer, so loops test it without
+// the library's out-of-line boolean conversion.
+static_assert(sizeof(pugi::xml_attribute) == sizeof(pugi::xml_attribute_struct*) &&
+              std::is_trivially_copyable_v<pugi::xml_attribute>);
+inline pugi::xml_attribute_struct* structOf(pugi::xml_attribute attribute) {
+    return std::bit_cast<pugi::xml_attribute_struct*>(attribute);
+}
 
 inline bool isXMLSpace(char c) {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r';
@@ -36,9 +43,14 @@ inline bool isWhitespaceOnly(const char* text) {
     return true;
 }
 
-// Whether a null-terminated name equals `wanted`, without measuring the name first.
+// Whether a null-terminated name equals `wanted`, without measuring the name first. Names
+// are short and mostly differ in their first byte, so a plain loop beats a library call.
 inline bool nameEquals(const char* name, std::string_view wanted) {
-    return std::strncmp(name, wanted.data(), wanted.size()) == 0 && name[wanted.size()] == 0;
+    for (char c : wanted) {
+        if (*name != c || c == 0) return false;
+        ++name;
+    }
+    return *name == 0;
 }
 
 // A null-terminated copy of a short name, on the stack when it fits.
@@ -77,13 +89,21 @@ std::string_view sanitizedName(std::string_view name, std::string& storage);
 
 namespace kestrum::bkxml {
 
+// What a node takes when written (without layout, before escaping): the size estimate that
+// lets a document reserve its output buffer once.
+std::size_t writtenSizeOf(pugi::xml_node node);
+// What an attribute takes when written: ` name="value"`.
+std::size_t writtenSizeOfAttribute(pugi::xml_attribute attribute);
+
 // Whether a child is passed over: an element to be written only when referenced that was
 // not, or whitespace-only text where the whitespace behaviour makes it layout.
 bool isHidden(pugi::xml_node node, BKXMLDocument* document);
 // The first child of an element as the layer presents it (embedded text first), passing
-// over elements that are to be written only when referenced and were not.
-BKXMLNode firstChildOf(pugi::xml_node_struct* element, BKXMLDocument* document);
-// The child after `node`, with the same rules.
-BKXMLNode nextSiblingOf(const BKXMLNode& node);
+// over elements that are to be written only when referenced and were not. `ignores`, when
+// given, caches whether whitespace-only text in `element` is layout (-1 while unknown).
+BKXMLNode firstChildOf(pugi::xml_node_struct* element, BKXMLDocument* document,
+                       signed char* ignores = nullptr);
+// The child after `node`, with the same rules; `ignores` caches the answer for its parent.
+BKXMLNode nextSiblingOf(const BKXMLNode& node, signed char* ignores = nullptr);
 
 }  // namespace kestrum::bkxml

@@ -1,0 +1,147 @@
+// The layer's fast paths must agree with the careful ones they stand in front of: text
+// checked eight bytes at a time, names checked by table, the output buffer reserved from
+// a running size estimate, and whitespace rules looked up once per element by the cursor.
+#include <gtest/gtest.h>
+
+#include "Platform/core/KSLog.h"
+#include "Platform/xml/BKXMLComment.h"
+#include "Platform/xml/BKXMLFunctions.h"
+#include "XMLTestSupport.h"
+
+namespace kestrum {
+namespace {
+
+using namespace xmltest;
+
+const std::string kPlain = "The quick brown fox jumps";  // 25 bytes: three words and a tail
+
+TEST(BKXMLTextFastPath, ABadByteIsFoundWhereverItStandsInTheText) {
+    for (std::size_t at = 0; at <= kPlain.size(); ++at) {
+        std::string text = kPlain;
+        text.insert(at, 1, '\x02');
+        EXPECT_EQ(BKXMLStringByRemovingInvalidCharacters(text), kPlain) << "control at " << at;
+        text[at] = '\n';
+        EXPECT_EQ(BKXMLStringByRemovingInvalidCharacters(text), text) << "line feed at " << at;
+        text.replace(at, 1, "\xC3\xA9");  // é
+        EXPECT_EQ(BKXMLStringByRemovingInvalidCharacters(text), text) << "é at " << at;
+        text.replace(at, 2, "\xC3");  // a lead byte without its continuation
+        std::string repaired = kPlain;
+        repaired.insert(at, "\xEF\xBF\xBD");
+        EXPECT_EQ(BKXMLStringByRemovingInvalidCharacters(text), repaired) << "malformed at " << at;
+    }
+}
+
+TEST(BKXMLTextFastPath, PlainRunsAroundRepairsAreKeptWhole) {
+    const std::string text = kPlain + "\x01" + kPlain + "\xEF\xBF\xBF" + kPlain + "\x7F" + "\xFF";
+    EXPECT_EQ(BKXMLStringByRemovingInvalidCharacters(text),
+              kPlain + kPlain + kPlain + "\x7F" + "\xEF\xBF\xBD");
+    auto document = newDocument();
+    BKXMLElement element = document->appendElementContainingString("note", text);
+    element.setAttributeString("text", text);
+    auto copy = roundTrip(*document);
+    ASSERT_TRUE(copy);
+    BKXMLElement read = copy->rootElement().firstChildNamed("note");
+    EXPECT_EQ(BKCharacterDataFromElement(read), BKXMLStringByRemovingInvalidCharacters(text));
+    EXPECT_EQ(read.attributeNamed("text").value_or(""),
+              BKXMLStringByRemovingInvalidCharacters(text));
+}
+
+TEST(BKXMLNameFastPath, PlainNamesPassAndOthersAreRepairedWhereverTheFaultStands) {
+    auto document = newDocument();
+    KSLogCapture log;
+    BKXMLElement root = document->rootElement();
+    EXPECT_EQ(root.appendElement("start-date.v2_x:y").name(), "start-date.v2_x:y");
+    EXPECT_EQ(root.appendElement("t\xC3\xA2"
+                                 "che")
+                  .name(),
+              "t\xC3\xA2"
+              "che");
+    EXPECT_TRUE(log.lines().empty());
+    EXPECT_EQ(root.appendElement("9-lives").name(), "_9-lives");
+    EXPECT_EQ(root.appendElement("-x").name(), "_-x");
+    EXPECT_EQ(root.appendElement("resource allocation").name(), "resource_allocation");
+    EXPECT_EQ(root.appendElement("lastbyte=").name(), "lastbyte_");
+    root.setAttributeString("a b", "1");
+    EXPECT_EQ(root.attributeNamed("a_b").value_or(""), "1");
+    EXPECT_EQ(log.lines().size(), 5u);
+}
+
+// Capacity beyond the bytes written is memory the caller holds for nothing.
+void expectReservedOnce(const KSData& data) {
+    EXPECT_GE(data.capacity(), data.size());
+    EXPECT_LE(data.capacity(), data.size() + data.size() / 128 + 256 + 64);
+}
+
+TEST(BKXMLWriting, TheBufferIsReservedOnceAtTheDocumentsSize) {
+    auto document = newDocument();
+    for (int i = 0; i < 300; ++i) {
+        BKXMLElement task = document->pushElement("task");
+        task.setAttributeString("id", "t" + std::to_string(i));
+        task.setAttributeString("note", "a longer value, replaced next");
+        task.setAttributeString("note", "short");
+        task.setAttributeString("gone", "removed again");
+        task.removeAttributeNamed("gone");
+        document->appendElementContainingString("title", "Task " + std::to_string(i));
+        document->appendElement("empty").setAttributeDouble("units", 0.5);
+        if (i == 0) document->topElement().appendChild(BKXMLComment("a comment"));
+        BKXMLElement unused = document->pushElement("unused");
+        unused.setIgnoreUnlessReferenced(true);
+        document->appendElementContainingInteger("count", i);
+        document->popElement();
+        document->popElement();
+    }
+    auto other = newDocument("other");
+    other->rootElement().appendChild(document->rootElement().firstChildNamed("task"));
+
+    std::optional<KSData> data = document->xmlData(nullptr);
+    ASSERT_TRUE(data);
+    EXPECT_EQ(textOf(*data).find("unused"), std::string::npos);
+    expectReservedOnce(*data);
+    std::optional<KSData> copied = other->xmlData(nullptr);
+    ASSERT_TRUE(copied);
+    expectReservedOnce(*copied);
+    // A parsed document is expected to come to the size it was read from (less its comments).
+    auto parsed = BKXMLDocument::documentWithData(*data, nullptr, nullptr);
+    ASSERT_TRUE(parsed);
+    std::optional<KSData> again = parsed->xmlData(nullptr);
+    ASSERT_TRUE(again);
+    EXPECT_EQ(again->size(), data->size() - std::string_view("<!--a comment-->").size());
+    expectReservedOnce(*again);
+}
+
+TEST(BKXMLWriting, TextFullOfEscapesOutgrowsTheEstimateAndIsWrittenWhole) {
+    const std::string text = std::string(5000, '&') + std::string(3000, '\r') + "<end>";
+    auto document = newDocument();
+    BKXMLElement element = document->appendElementContainingString("text", text);
+    element.setAttributeString("attribute", std::string(2000, '"') + "\t\n");
+    auto copy = roundTrip(*document);
+    ASSERT_TRUE(copy);
+    BKXMLElement read = copy->rootElement().firstChildNamed("text");
+    EXPECT_EQ(BKCharacterDataFromElement(read), text);
+    EXPECT_EQ(read.attributeNamed("attribute").value_or(""), std::string(2000, '"') + "\t\n");
+}
+
+TEST(BKXMLCursorWhitespace, EachElementReadsWithItsOwnRuleAfterEveryOpenAndClose) {
+    auto document = parse(
+        "<root>\n  <lit>  <b> </b>  </lit>\n  <a>\n    <lit>   </lit>\n  </a>\n  <lit/>\n</root>",
+        scenarioBehavior());
+    ASSERT_TRUE(document);
+    BKXMLCursor cursor = document->cursor();
+    std::string events;
+    for (;;) {
+        BKXMLNode node = cursor.nextChild();
+        if (node.isNull()) {
+            if (!cursor.closeElement()) break;
+            events += ")";
+        } else if (node.isElement()) {
+            events += std::string(node.element().name()) + "(";
+            cursor.openElement();
+        } else {
+            events += "'" + std::string(node.string()) + "'";
+        }
+    }
+    EXPECT_EQ(events, "lit('  'b(' ')'  ')a(lit('   '))lit()");
+}
+
+}  // namespace
+}  // namespace kestrum
