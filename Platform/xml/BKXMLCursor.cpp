@@ -21,7 +21,9 @@ std::string_view BKXMLCursor::name() const {
 }
 
 std::optional<std::string_view> BKXMLCursor::attributeNamed(std::string_view name) const {
-    return currentElement().attributeNamed(name);
+    const char* value = bkxml::attributeValue(current_, name);
+    if (!value) return std::nullopt;
+    return std::string_view(value);
 }
 
 BKXMLChildRange BKXMLCursor::children() const {

@@ -18,7 +18,7 @@ pugi::xml_attribute findAttribute(pugi::xml_node node, std::string_view name) {
          a = a.next_attribute()) {
         if (bkxml::nameEquals(a.name(), name)) return a;
     }
-    return pugi::xml_attribute();
+    return bkxml::attributeOf(nullptr);
 }
 
 // Whether `element` is written as an empty-element tag (no children, no text of its own).
@@ -61,9 +61,9 @@ std::string_view BKXMLElement::name() const {
 
 std::optional<std::string_view> BKXMLElement::attributeNamed(std::string_view name) const {
     if (!node_) return std::nullopt;
-    pugi::xml_attribute a = findAttribute(nodeOf(node_), name);
-    if (!a) return std::nullopt;
-    return std::string_view(a.value());
+    const char* value = bkxml::attributeValue(node_, name);
+    if (!value) return std::nullopt;
+    return std::string_view(value);
 }
 
 bool BKXMLElement::removeAttributeNamed(std::string_view name) {

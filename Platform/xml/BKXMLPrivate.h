@@ -31,6 +31,9 @@ static_assert(sizeof(pugi::xml_attribute) == sizeof(pugi::xml_attribute_struct*)
 inline pugi::xml_attribute_struct* structOf(pugi::xml_attribute attribute) {
     return std::bit_cast<pugi::xml_attribute_struct*>(attribute);
 }
+inline pugi::xml_attribute attributeOf(pugi::xml_attribute_struct* attribute) {
+    return std::bit_cast<pugi::xml_attribute>(attribute);
+}
 
 inline bool isXMLSpace(char c) {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r';
@@ -85,6 +88,7 @@ std::string_view sanitizedName(std::string_view name, std::string& storage);
 
 }  // namespace kestrum::bkxml
 
+#include "Platform/xml/BKXMLDocument.h"
 #include "Platform/xml/BKXMLNode.h"
 
 namespace kestrum::bkxml {
@@ -95,15 +99,104 @@ std::size_t writtenSizeOf(pugi::xml_node node);
 // What an attribute takes when written: ` name="value"`.
 std::size_t writtenSizeOfAttribute(pugi::xml_attribute attribute);
 
+// The value of the attribute `name` of `element`, or null when it has none.
+inline const char* attributeValue(pugi::xml_node_struct* element, std::string_view name) {
+    for (pugi::xml_attribute a = nodeOf(element).first_attribute(); structOf(a);
+         a = a.next_attribute()) {
+        if (nameEquals(a.name(), name)) return a.value();
+    }
+    return nullptr;
+}
+
+// --- Stepping through children ------------------------------------------------------
+// Inline, because the cursor takes these steps for every node it reads.
+
+// Whether whitespace-only text directly inside `parent` is layout. `ignores` caches the
+// answer for the caller's parent (-1 while unknown), so that a run of layout between
+// siblings asks the whitespace rules once, not once a node.
+bool ignoresWhitespaceIn(pugi::xml_node_struct* parent, BKXMLDocument* document,
+                         signed char* ignores);
+
+// Whether `text`, a text node or the element holding embedded text, is whitespace only and
+// the rules make it layout. `parent` is the element it stands in, or null to be found when
+// needed. The cheap tests come first.
+inline bool isHiddenWhitespace(pugi::xml_node text, pugi::xml_node_struct* parent,
+                               BKXMLDocument* document, signed char* ignores) {
+    if (!document || !document->hidesWhitespace() || !isWhitespaceOnly(text.value())) return false;
+    return ignoresWhitespaceIn(parent ? parent : structOf(text.parent()), document, ignores);
+}
+
+inline BKXMLNode::Kind kindOf(pugi::xml_node_type type) {
+    switch (type) {
+        case pugi::node_element:
+            return BKXMLNode::Kind::Element;
+        case pugi::node_pcdata:
+        case pugi::node_cdata:
+            return BKXMLNode::Kind::Text;
+        case pugi::node_comment:
+            return BKXMLNode::Kind::Comment;
+        case pugi::node_null:
+            return BKXMLNode::Kind::Null;
+        default:
+            return BKXMLNode::Kind::Other;
+    }
+}
+
 // Whether a child is passed over: an element to be written only when referenced that was
 // not, or whitespace-only text where the whitespace behaviour makes it layout.
-bool isHidden(pugi::xml_node node, BKXMLDocument* document);
+inline bool isHidden(pugi::xml_node node, BKXMLDocument* document) {
+    if (!document) return false;
+    switch (node.type()) {
+        case pugi::node_element:
+            return document->isIgnoredNode(structOf(node));
+        case pugi::node_pcdata:
+            return isHiddenWhitespace(node, nullptr, document, nullptr);
+        default:
+            return false;
+    }
+}
+
+// The first node from `node` on that is not hidden; each node's type is asked once.
+// `parent` is the element the nodes stand in, or null when not at hand.
+inline BKXMLNode visibleFrom(pugi::xml_node node, pugi::xml_node_struct* parent,
+                             BKXMLDocument* document, signed char* ignores) {
+    for (; structOf(node); node = node.next_sibling()) {
+        pugi::xml_node_type type = node.type();
+        if (document) {
+            if (type == pugi::node_element && document->isIgnoredNode(structOf(node))) {
+                continue;
+            }
+            if (type == pugi::node_pcdata && isHiddenWhitespace(node, parent, document, ignores)) {
+                continue;
+            }
+        }
+        return BKXMLNode(structOf(node), document, kindOf(type));
+    }
+    return BKXMLNode();
+}
+
 // The first child of an element as the layer presents it (embedded text first), passing
 // over elements that are to be written only when referenced and were not. `ignores`, when
 // given, caches whether whitespace-only text in `element` is layout (-1 while unknown).
-BKXMLNode firstChildOf(pugi::xml_node_struct* element, BKXMLDocument* document,
-                       signed char* ignores = nullptr);
+inline BKXMLNode firstChildOf(pugi::xml_node_struct* element, BKXMLDocument* document,
+                              signed char* ignores = nullptr) {
+    if (!element) return BKXMLNode();
+    // `element` is always an element here, so a value of its own is embedded text.
+    pugi::xml_node node = nodeOf(element);
+    if (node.value()[0] != 0 && !isHiddenWhitespace(node, element, document, ignores)) {
+        return BKXMLNode(element, document, BKXMLNode::Kind::Text, true);
+    }
+    return visibleFrom(node.first_child(), element, document, ignores);
+}
+
 // The child after `node`, with the same rules; `ignores` caches the answer for its parent.
-BKXMLNode nextSiblingOf(const BKXMLNode& node, signed char* ignores = nullptr);
+inline BKXMLNode nextSiblingOf(const BKXMLNode& node, signed char* ignores = nullptr) {
+    if (node.isNull()) return BKXMLNode();
+    pugi::xml_node n = nodeOf(node.internalNode());
+    if (node.isEmbeddedText()) {
+        return visibleFrom(n.first_child(), structOf(n), node.document(), ignores);
+    }
+    return visibleFrom(n.next_sibling(), nullptr, node.document(), ignores);
+}
 
 }  // namespace kestrum::bkxml
