@@ -142,9 +142,8 @@ std::unique_ptr<BKXMLDocument> BKXMLDocument::documentWithRootElementName(
     document->impl_->namespaceURL = std::string(namespaceURL);
     document->hidesWhitespace_ = behavior && behavior->usesHandling(BKXMLWhitespaceIgnore);
     document->impl_->behavior = std::move(behavior);
-    std::string storage;
-    std::string_view name = bkxml::sanitizedName(rootElementName, storage);
-    pugi::xml_node root = document->impl_->xml.append_child(bkxml::NameBuffer(name).c_str());
+    bkxml::XMLName name(rootElementName);
+    pugi::xml_node root = document->impl_->xml.append_child(name.c_str());
     document->impl_->stack.push_back(root.internal_object());
     document->writtenSizeEstimate_ = static_cast<std::ptrdiff_t>(name.size() + 3);
     return document;
@@ -275,9 +274,7 @@ BKXMLElement BKXMLDocument::appendElement(std::string_view name) {
 
 BKXMLElement BKXMLDocument::appendElementContainingString(std::string_view name,
                                                           std::string_view text) {
-    BKXMLElement element = topElement().appendElement(name);
-    element.appendString(text);
-    return element;
+    return bkxml::appendTextElement(topElement(), name, text);
 }
 
 BKXMLElement BKXMLDocument::appendElementContainingInteger(std::string_view name,
@@ -290,7 +287,8 @@ BKXMLElement BKXMLDocument::appendElementContainingReal(std::string_view name, f
 }
 
 BKXMLElement BKXMLDocument::appendElementContainingDouble(std::string_view name, double value) {
-    return appendElementContainingString(name, KSStringFromDouble(value));
+    char buffer[32];
+    return appendElementContainingString(name, bkxml::formatDouble(value, buffer));
 }
 
 BKXMLElement BKXMLDocument::appendElementContainingDate(std::string_view name, KSDate date) {

@@ -54,6 +54,29 @@ std::string commentText(std::string_view text) {
 
 }  // namespace
 
+namespace bkxml {
+
+BKXMLElement appendTextElement(const BKXMLElement& parent, std::string_view name,
+                               std::string_view text) {
+    if (!parent) return BKXMLElement();
+    XMLName cleanName(name);
+    pugi::xml_node node = nodeOf(parent.internalNode());
+    bool parentWasEmpty = isWrittenEmpty(node);
+    pugi::xml_node child = node.append_child(cleanName.c_str());
+    std::size_t bytes = cleanName.size() + 3;
+    // As appendString: empty text adds no node.
+    if (!text.empty()) {
+        std::string textStorage;
+        std::string_view clean = sanitizedText(text, textStorage);
+        child.append_child(pugi::node_pcdata).set_value(clean.data(), clean.size());
+        bytes += cleanName.size() + 2 + clean.size();
+    }
+    noteChildAdded(parent.document(), node, parentWasEmpty, bytes);
+    return BKXMLElement(structOf(child), parent.document());
+}
+
+}  // namespace bkxml
+
 std::string_view BKXMLElement::name() const {
     if (!node_) return {};
     return nodeOf(node_).name();
@@ -89,16 +112,16 @@ std::vector<std::pair<std::string_view, std::string_view>> BKXMLElement::attribu
 
 void BKXMLElement::setAttributeString(std::string_view name, std::string_view value) {
     if (!node_) return;
-    std::string nameStorage, valueStorage;
-    std::string_view cleanName = bkxml::sanitizedName(name, nameStorage);
+    bkxml::XMLName cleanName(name);
+    std::string valueStorage;
     std::string_view cleanValue = bkxml::sanitizedText(value, valueStorage);
     pugi::xml_node node = nodeOf(node_);
-    pugi::xml_attribute a = findAttribute(node, cleanName);
+    pugi::xml_attribute a = findAttribute(node, cleanName.view());
     std::ptrdiff_t sizeChange = static_cast<std::ptrdiff_t>(cleanValue.size());
     if (bkxml::structOf(a)) {
         sizeChange -= static_cast<std::ptrdiff_t>(std::strlen(a.value()));
     } else {
-        a = node.append_attribute(bkxml::NameBuffer(cleanName).c_str());
+        a = node.append_attribute(cleanName.c_str());
         sizeChange += static_cast<std::ptrdiff_t>(cleanName.size() + 4);
     }
     a.set_value(cleanValue.data(), cleanValue.size());
@@ -114,16 +137,16 @@ void BKXMLElement::setAttributeReal(std::string_view name, float value) {
 }
 
 void BKXMLElement::setAttributeDouble(std::string_view name, double value) {
-    setAttributeString(name, KSStringFromDouble(value));
+    char buffer[32];
+    setAttributeString(name, bkxml::formatDouble(value, buffer));
 }
 
 BKXMLElement BKXMLElement::appendElement(std::string_view name) {
     if (!node_) return BKXMLElement();
-    std::string storage;
-    std::string_view cleanName = bkxml::sanitizedName(name, storage);
+    bkxml::XMLName cleanName(name);
     pugi::xml_node parent = nodeOf(node_);
     bool parentWasEmpty = isWrittenEmpty(parent);
-    pugi::xml_node child = parent.append_child(bkxml::NameBuffer(cleanName).c_str());
+    pugi::xml_node child = parent.append_child(cleanName.c_str());
     noteChildAdded(document_, parent, parentWasEmpty, cleanName.size() + 3);
     return BKXMLElement(bkxml::structOf(child), document_);
 }

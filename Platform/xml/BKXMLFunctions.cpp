@@ -1,6 +1,8 @@
 #include "Platform/xml/BKXMLFunctions.h"
 
 #include <array>
+#include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 
@@ -172,15 +174,65 @@ std::string_view sanitizedNameSlow(std::string_view name, std::string& storage) 
 
 }  // namespace
 
-std::string_view sanitizedName(std::string_view name, std::string& storage) {
-    if (name.empty()) return sanitizedNameSlow(name, storage);
-    // Almost every name is a literal of plain ASCII name characters: one table look-up a byte.
-    unsigned char kinds =
-        (kNameBytes[static_cast<unsigned char>(name[0])] & kNameStart) ? kPlainName : 0;
-    for (char c : name)
-        kinds &= kNameBytes[static_cast<unsigned char>(c)];
-    if (kinds) return name;
-    return sanitizedNameSlow(name, storage);
+XMLName::XMLName(std::string_view name) {
+    if (!name.empty() && name.size() < sizeof small_) {
+        unsigned char kinds =
+            (kNameBytes[static_cast<unsigned char>(name[0])] & kNameStart) ? kPlainName : 0;
+        for (std::size_t i = 0; i < name.size(); ++i) {
+            small_[i] = name[i];
+            kinds &= kNameBytes[static_cast<unsigned char>(name[i])];
+        }
+        if (kinds) {
+            small_[name.size()] = 0;
+            text_ = small_;
+            size_ = name.size();
+            return;
+        }
+    }
+    std::string storage;
+    large_.assign(sanitizedNameSlow(name, storage));
+    text_ = large_.c_str();
+    size_ = large_.size();
+}
+
+namespace {
+
+// The digits of a whole number below 10^15, written backwards from `end`; answers the
+// first digit.
+char* putDigitsBefore(char* end, std::uint64_t value) {
+    do {
+        *--end = static_cast<char>('0' + value % 10);
+        value /= 10;
+    } while (value > 0);
+    return end;
+}
+
+}  // namespace
+
+std::string_view formatDouble(double value, char (&buffer)[32]) {
+    // Whole numbers have exact digits. The shortest text is then the digits ("57600"), or
+    // the scientific form when that is shorter ("1e+05" for 100000; ties keep the digits),
+    // which the general path writes.
+    double magnitude = std::fabs(value);
+    if (magnitude >= 1 && magnitude < 1e15 && magnitude == std::floor(magnitude)) {
+        auto whole = static_cast<std::uint64_t>(magnitude);
+        char* end = buffer + sizeof buffer;
+        char* first = putDigitsBefore(end, whole);
+        auto digits = static_cast<std::size_t>(end - first);
+        std::size_t significant = digits;
+        while (significant > 1 && first[significant - 1] == '0')
+            --significant;
+        // d[.ddd]e+XX: the exponent (at most 14 here) always takes two digits.
+        std::size_t scientific = significant + (significant > 1 ? 1 : 0) + 4;
+        if (digits <= scientific) {
+            if (value < 0) *--first = '-';
+            return std::string_view(first, static_cast<std::size_t>(end - first));
+        }
+    }
+    if (std::isnan(value)) return "nan";
+    if (std::isinf(value)) return value < 0 ? "-inf" : "inf";
+    auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+    return std::string_view(buffer, static_cast<std::size_t>(result.ptr - buffer));
 }
 
 }  // namespace bkxml

@@ -56,35 +56,36 @@ inline bool nameEquals(const char* name, std::string_view wanted) {
     return *name == 0;
 }
 
-// A null-terminated copy of a short name, on the stack when it fits.
-class NameBuffer {
+// A name as a document can hold it, null-terminated for pugixml. Characters a name cannot
+// hold become '_', and a name that cannot start as it does gets a leading '_' (logged).
+// Plain ASCII names shorter than 64 bytes, nearly all of them, are checked and copied to
+// the stack in one pass.
+class XMLName {
 public:
-    explicit NameBuffer(std::string_view name) {
-        if (name.size() < sizeof small_) {
-            std::memcpy(small_, name.data(), name.size());
-            small_[name.size()] = 0;
-            text_ = small_;
-        } else {
-            large_.assign(name);
-            text_ = large_.c_str();
-        }
-    }
+    explicit XMLName(std::string_view name);
+    XMLName(const XMLName&) = delete;
+    XMLName& operator=(const XMLName&) = delete;
     const char* c_str() const { return text_; }
+    std::size_t size() const { return size_; }
+    std::string_view view() const { return {text_, size_}; }
 
 private:
     char small_[64];
     std::string large_;
     const char* text_;
+    std::size_t size_;
 };
+
+// Writes `value` as the shortest text that reads back as the same double (the text
+// KSStringFromDouble gives) into `buffer`; answers the text. Whole numbers, the usual
+// case of durations and efforts in seconds, are written without the general algorithm.
+std::string_view formatDouble(double value, char (&buffer)[32]);
 
 // Text as XML 1.0 can hold it: malformed UTF-8 becomes U+FFFD, control characters
 // other than tab, line feed and carriage return are dropped, as are the non-characters
 // U+FFFE and U+FFFF. Answers `text` itself (no copy) when nothing needs changing, else
 // fills `storage` and answers a view of it.
 std::string_view sanitizedText(std::string_view text, std::string& storage);
-// A valid XML name made from `name`: characters a name cannot hold become '_', and a
-// name that cannot start as it does gets a leading '_'. Logs when it changes anything.
-std::string_view sanitizedName(std::string_view name, std::string& storage);
 
 }  // namespace kestrum::bkxml
 
@@ -98,6 +99,11 @@ namespace kestrum::bkxml {
 std::size_t writtenSizeOf(pugi::xml_node node);
 // What an attribute takes when written: ` name="value"`.
 std::size_t writtenSizeOfAttribute(pugi::xml_attribute attribute);
+
+// Appends to `parent` an element holding `text`: appendElement and appendString in one
+// step, for the leaves that make up most of a document.
+BKXMLElement appendTextElement(const BKXMLElement& parent, std::string_view name,
+                               std::string_view text);
 
 // The value of the attribute `name` of `element`, or null when it has none.
 inline const char* attributeValue(pugi::xml_node_struct* element, std::string_view name) {

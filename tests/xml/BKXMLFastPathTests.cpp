@@ -1,9 +1,11 @@
 // The layer's fast paths must agree with the careful ones they stand in front of: text
-// checked eight bytes at a time, names checked by table, the output buffer reserved from
-// a running size estimate, and whitespace rules looked up once per element by the cursor.
+// checked eight bytes at a time, names checked by table, whole numbers written without
+// the general algorithm, the output buffer reserved from a running size estimate, and
+// whitespace rules looked up once per element by the cursor.
 #include <gtest/gtest.h>
 
 #include "Platform/core/KSLog.h"
+#include "Platform/core/KSNumberText.h"
 #include "Platform/xml/BKXMLComment.h"
 #include "Platform/xml/BKXMLFunctions.h"
 #include "XMLTestSupport.h"
@@ -64,6 +66,42 @@ TEST(BKXMLNameFastPath, PlainNamesPassAndOthersAreRepairedWhereverTheFaultStands
     root.setAttributeString("a b", "1");
     EXPECT_EQ(root.attributeNamed("a_b").value_or(""), "1");
     EXPECT_EQ(log.lines().size(), 5u);
+}
+
+TEST(BKXMLNumberFastPath, WholeNumbersReadAsTheGeneralShortestText) {
+    // Around the point where the scientific form gets shorter ("1e+05" beats "100000",
+    // "10000" ties and keeps its digits), negatives, and values the general path takes.
+    const double values[] = {1,
+                             -1,
+                             28800,
+                             57600,
+                             10000,
+                             100000,
+                             -100000,
+                             144000,
+                             1e6,
+                             1.5e6,
+                             1234567,
+                             1e14,
+                             999999999999999,
+                             1e15,
+                             1e16,
+                             1e21,
+                             0,
+                             -0.0,
+                             0.5,
+                             0.1,
+                             -2.25,
+                             3600 * 40.0,
+                             9007199254740993.0};
+    auto document = newDocument();
+    for (double value : values) {
+        BKXMLElement element = document->appendElementContainingDouble("n", value);
+        element.setAttributeDouble("v", value);
+        EXPECT_EQ(BKCharacterDataFromElement(element), KSStringFromDouble(value)) << value;
+        EXPECT_EQ(element.attributeNamed("v").value_or(""), KSStringFromDouble(value)) << value;
+    }
+    EXPECT_EQ(*document->rootElement().firstChildNamed("n").attributeNamed("v"), "1");
 }
 
 // Capacity beyond the bytes written is memory the caller holds for nothing.
