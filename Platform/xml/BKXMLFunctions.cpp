@@ -245,12 +245,34 @@ BKXMLElement SkipToNextChildElement(BKXMLCursor& cursor) {
     return BKXMLElement();
 }
 
-std::string BKCharacterDataFromElement(const BKXMLElement& element) {
-    std::string text;
+namespace bkxml {
+
+std::string_view characterData(const BKXMLElement& element, std::string& storage) {
+    std::string_view first;
+    bool found = false;
+    bool joined = false;
     for (BKXMLNode child : element.children()) {
-        if (child.isText()) text += child.string();
+        if (!child.isText()) continue;
+        if (!found) {
+            first = child.string();
+            found = true;
+            continue;
+        }
+        if (!joined) {
+            storage.assign(first);
+            joined = true;
+        }
+        storage += child.string();
     }
-    return text;
+    return joined ? std::string_view(storage) : first;
+}
+
+}  // namespace bkxml
+
+std::string BKCharacterDataFromElement(const BKXMLElement& element) {
+    std::string storage;
+    std::string_view text = bkxml::characterData(element, storage);
+    return text.data() == storage.data() ? std::move(storage) : std::string(text);
 }
 
 void BKXMLRejectElement(BKXMLCursor& cursor, const BKXMLElement& element) {

@@ -105,6 +105,10 @@ std::size_t writtenSizeOfAttribute(pugi::xml_attribute attribute);
 BKXMLElement appendTextElement(const BKXMLElement& parent, std::string_view name,
                                std::string_view text);
 
+// The concatenated text of an element's own text children (BKCharacterDataFromElement)
+// without a copy when it is a single run, the usual case; else joined in `storage`.
+std::string_view characterData(const BKXMLElement& element, std::string& storage);
+
 // The value of the attribute `name` of `element`, or null when it has none.
 inline const char* attributeValue(pugi::xml_node_struct* element, std::string_view name) {
     for (pugi::xml_attribute a = nodeOf(element).first_attribute(); structOf(a);

@@ -6,7 +6,9 @@
 
 #include "Platform/core/KSLog.h"
 #include "Platform/core/KSNumberText.h"
+#include "Platform/xml/BKObject.h"
 #include "Platform/xml/BKXMLComment.h"
+#include "Platform/xml/BKXMLDictionary.h"
 #include "Platform/xml/BKXMLFunctions.h"
 #include "XMLTestSupport.h"
 
@@ -102,6 +104,27 @@ TEST(BKXMLNumberFastPath, WholeNumbersReadAsTheGeneralShortestText) {
         EXPECT_EQ(element.attributeNamed("v").value_or(""), KSStringFromDouble(value)) << value;
     }
     EXPECT_EQ(*document->rootElement().firstChildNamed("n").attributeNamed("v"), "1");
+}
+
+TEST(BKXMLElementTextFastPath, ReadersTakeOneRunInPlaceAndJoinSplitText) {
+    auto document = parse(
+        "<root><n>12<![CDATA[34]]></n><one>56</one><d>2001-01-01T00:00:<![CDATA[07Z]]></d>"
+        "<s>a<x/>b</s><dict><key>k<![CDATA[ey]]></key><integer>7<![CDATA[8]]></integer></dict>"
+        "</root>");
+    ASSERT_TRUE(document);
+    auto reader = std::make_shared<BKObject>();
+    BKXMLCursor cursor = document->cursor();
+    EXPECT_EQ(reader->readIntegerNumberFromCursorElementName("", cursor, "n").intValue(), 1234);
+    EXPECT_EQ(reader->readIntegerNumberFromCursorElementName("", cursor, "one").intValue(), 56);
+    std::optional<KSValue> date = BKObject::readPlatformDateFromCursorElementName(cursor, "d");
+    ASSERT_TRUE(date && date->isDate());
+    EXPECT_EQ(date->asDate().timeIntervalSinceReferenceDate, 7.0);
+    EXPECT_EQ(reader->readStringStoringWithKeyFromCursorElementName("", cursor, "s").asString(),
+              "ab");
+    ASSERT_TRUE(cursor.openNextChildElementNamed("dict"));
+    KSDictionary dictionary;
+    BKXMLDictionary::readContentsXML(dictionary, cursor, nullptr);
+    EXPECT_EQ(dictionary.objectForKey("key").intValue(), 78);
 }
 
 // Capacity beyond the bytes written is memory the caller holds for nothing.
