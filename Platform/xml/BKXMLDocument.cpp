@@ -279,20 +279,24 @@ BKXMLElement BKXMLDocument::appendElementContainingString(std::string_view name,
 
 BKXMLElement BKXMLDocument::appendElementContainingInteger(std::string_view name,
                                                            std::int64_t value) {
-    return appendElementContainingString(name, KSStringFromInteger(value));
+    return bkxml::appendTextElement(topElement(), name, KSStringFromInteger(value),
+                                    bkxml::TextOrigin::Formatted);
 }
 
 BKXMLElement BKXMLDocument::appendElementContainingReal(std::string_view name, float value) {
-    return appendElementContainingString(name, KSStringFromFloat(value));
+    return bkxml::appendTextElement(topElement(), name, KSStringFromFloat(value),
+                                    bkxml::TextOrigin::Formatted);
 }
 
 BKXMLElement BKXMLDocument::appendElementContainingDouble(std::string_view name, double value) {
     char buffer[32];
-    return appendElementContainingString(name, bkxml::formatDouble(value, buffer));
+    return bkxml::appendTextElement(topElement(), name, bkxml::formatDouble(value, buffer),
+                                    bkxml::TextOrigin::Formatted);
 }
 
 BKXMLElement BKXMLDocument::appendElementContainingDate(std::string_view name, KSDate date) {
-    return appendElementContainingString(name, date.xmlString());
+    return bkxml::appendTextElement(topElement(), name, date.xmlString(),
+                                    bkxml::TextOrigin::Formatted);
 }
 
 void BKXMLDocument::appendString(std::string_view text) {

@@ -57,7 +57,7 @@ std::string commentText(std::string_view text) {
 namespace bkxml {
 
 BKXMLElement appendTextElement(const BKXMLElement& parent, std::string_view name,
-                               std::string_view text) {
+                               std::string_view text, TextOrigin origin) {
     if (!parent) return BKXMLElement();
     XMLName cleanName(name);
     pugi::xml_node node = nodeOf(parent.internalNode());
@@ -67,7 +67,8 @@ BKXMLElement appendTextElement(const BKXMLElement& parent, std::string_view name
     // As appendString: empty text adds no node.
     if (!text.empty()) {
         std::string textStorage;
-        std::string_view clean = sanitizedText(text, textStorage);
+        std::string_view clean =
+            origin == TextOrigin::Formatted ? text : sanitizedText(text, textStorage);
         child.append_child(pugi::node_pcdata).set_value(clean.data(), clean.size());
         bytes += cleanName.size() + 2 + clean.size();
     }
@@ -110,35 +111,42 @@ std::vector<std::pair<std::string_view, std::string_view>> BKXMLElement::attribu
     return result;
 }
 
-void BKXMLElement::setAttributeString(std::string_view name, std::string_view value) {
-    if (!node_) return;
-    bkxml::XMLName cleanName(name);
+void bkxml::setAttributeText(const BKXMLElement& element, std::string_view name,
+                             std::string_view value, TextOrigin origin) {
+    if (!element) return;
+    XMLName cleanName(name);
     std::string valueStorage;
-    std::string_view cleanValue = bkxml::sanitizedText(value, valueStorage);
-    pugi::xml_node node = nodeOf(node_);
+    std::string_view cleanValue =
+        origin == TextOrigin::Formatted ? value : sanitizedText(value, valueStorage);
+    pugi::xml_node node = nodeOf(element.internalNode());
     pugi::xml_attribute a = findAttribute(node, cleanName.view());
     std::ptrdiff_t sizeChange = static_cast<std::ptrdiff_t>(cleanValue.size());
-    if (bkxml::structOf(a)) {
+    if (structOf(a)) {
         sizeChange -= static_cast<std::ptrdiff_t>(std::strlen(a.value()));
     } else {
         a = node.append_attribute(cleanName.c_str());
         sizeChange += static_cast<std::ptrdiff_t>(cleanName.size() + 4);
     }
     a.set_value(cleanValue.data(), cleanValue.size());
-    if (document_) document_->noteWrittenSizeChange(sizeChange);
+    if (element.document()) element.document()->noteWrittenSizeChange(sizeChange);
+}
+
+void BKXMLElement::setAttributeString(std::string_view name, std::string_view value) {
+    bkxml::setAttributeText(*this, name, value, bkxml::TextOrigin::Caller);
 }
 
 void BKXMLElement::setAttributeInteger(std::string_view name, std::int64_t value) {
-    setAttributeString(name, KSStringFromInteger(value));
+    bkxml::setAttributeText(*this, name, KSStringFromInteger(value), bkxml::TextOrigin::Formatted);
 }
 
 void BKXMLElement::setAttributeReal(std::string_view name, float value) {
-    setAttributeString(name, KSStringFromFloat(value));
+    bkxml::setAttributeText(*this, name, KSStringFromFloat(value), bkxml::TextOrigin::Formatted);
 }
 
 void BKXMLElement::setAttributeDouble(std::string_view name, double value) {
     char buffer[32];
-    setAttributeString(name, bkxml::formatDouble(value, buffer));
+    bkxml::setAttributeText(*this, name, bkxml::formatDouble(value, buffer),
+                            bkxml::TextOrigin::Formatted);
 }
 
 BKXMLElement BKXMLElement::appendElement(std::string_view name) {

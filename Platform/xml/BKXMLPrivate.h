@@ -100,10 +100,17 @@ std::size_t writtenSizeOf(pugi::xml_node node);
 // What an attribute takes when written: ` name="value"`.
 std::size_t writtenSizeOfAttribute(pugi::xml_attribute attribute);
 
+// How text reaches the document: checked (sanitizedText), or as it is, for the text the
+// layer formats itself (numbers, dates), which is plain ASCII.
+enum class TextOrigin { Caller, Formatted };
+
 // Appends to `parent` an element holding `text`: appendElement and appendString in one
 // step, for the leaves that make up most of a document.
 BKXMLElement appendTextElement(const BKXMLElement& parent, std::string_view name,
-                               std::string_view text);
+                               std::string_view text, TextOrigin origin = TextOrigin::Caller);
+// Sets an attribute of `element` (setAttributeString) to text of the given origin.
+void setAttributeText(const BKXMLElement& element, std::string_view name, std::string_view value,
+                      TextOrigin origin);
 
 // The concatenated text of an element's own text children (BKCharacterDataFromElement)
 // without a copy when it is a single run, the usual case; else joined in `storage`.
