@@ -1,5 +1,6 @@
 // Internals shared by the XML layer's sources: conversions between the layer's handles
-// and pugixml, and the text checks applied to everything written into a document.
+// and pugixml, the checks applied to every name and text written into a document, number
+// formatting, the written-size estimate, and the steps the cursor takes through children.
 // Not part of the public interface; only the layer's .cpp files include it.
 #pragma once
 
@@ -10,6 +11,9 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+
+#include "Platform/xml/BKXMLDocument.h"
+#include "Platform/xml/BKXMLNode.h"
 
 namespace kestrum::bkxml {
 
@@ -86,13 +90,6 @@ std::string_view formatDouble(double value, char (&buffer)[32]);
 // U+FFFE and U+FFFF. Answers `text` itself (no copy) when nothing needs changing, else
 // fills `storage` and answers a view of it.
 std::string_view sanitizedText(std::string_view text, std::string& storage);
-
-}  // namespace kestrum::bkxml
-
-#include "Platform/xml/BKXMLDocument.h"
-#include "Platform/xml/BKXMLNode.h"
-
-namespace kestrum::bkxml {
 
 // What a node takes when written (without layout, before escaping): the size estimate that
 // lets a document reserve its output buffer once.
