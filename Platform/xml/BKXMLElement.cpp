@@ -26,7 +26,7 @@ bool isWrittenEmpty(pugi::xml_node element) {
     return !bkxml::structOf(element.first_child()) && element.value()[0] == 0;
 }
 
-// Keeps the document's size estimate as a child of `bytes` goes into `parent`; a parent
+// Adds to the document's size estimate a child of `bytes` going into `parent`; a parent
 // that was written empty now needs an end tag too.
 void noteChildAdded(BKXMLDocument* document, pugi::xml_node parent, bool parentWasEmpty,
                     std::size_t bytes) {
