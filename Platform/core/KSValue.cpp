@@ -96,43 +96,61 @@ std::string KSDate::xmlString() const {
     double scaled = std::round(seconds * 1e6);
     double wholeSeconds = std::floor(scaled / 1e6);
     long micros = std::lround(scaled - wholeSeconds * 1e6);
-    CivilTime t = civilFromReferenceSeconds(wholeSeconds);
-    // Digits by hand: this runs once per date element of every file written, and
-    // snprintf costs several times more.
+    // A whole number of seconds within the clamp: integer arithmetic gives the civil time
+    // exactly, and this runs once per date element of every file written.
+    long long unixSeconds =
+        static_cast<long long>(wholeSeconds) + static_cast<long long>(kReferenceDateSince1970);
+    long long dayCount = unixSeconds / 86400 - (unixSeconds % 86400 < 0 ? 1 : 0);
+    auto secondOfDay = static_cast<int>(unixSeconds - dayCount * 86400);
+    // Days since 1970-01-01 to the proleptic Gregorian date (eras of 400 years from
+    // 0000-03-01, so that the leap day ends a year).
+    long long shifted = dayCount + 719468;
+    long long era = (shifted >= 0 ? shifted : shifted - 146096) / 146097;
+    auto dayOfEra = static_cast<unsigned>(shifted - era * 146097);
+    unsigned yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
+    unsigned dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+    unsigned monthFromMarch = (5 * dayOfYear + 2) / 153;
+    unsigned day = dayOfYear - (153 * monthFromMarch + 2) / 5 + 1;
+    unsigned month = monthFromMarch < 10 ? monthFromMarch + 3 : monthFromMarch - 9;
+    long long year = static_cast<long long>(yearOfEra) + era * 400 + (month <= 2 ? 1 : 0);
+
     char buffer[40];
     char* p = buffer;
-    auto put = [&p](long value, int width) {
-        char digits[20];
-        int n = 0;
-        do {
-            digits[n++] = static_cast<char>('0' + value % 10);
-            value /= 10;
-        } while (value > 0 && n < 20);
-        while (n < width) digits[n++] = '0';
-        while (n > 0) *p++ = digits[--n];
+    auto put2 = [&p](unsigned value) {
+        *p++ = static_cast<char>('0' + value / 10);
+        *p++ = static_cast<char>('0' + value % 10);
     };
-    int year = t.year;
     if (year < 0) {
         *p++ = '-';
         year = -year;
     }
-    put(year, 4);
+    char digits[20];
+    int n = 0;
+    do {
+        digits[n++] = static_cast<char>('0' + year % 10);
+        year /= 10;
+    } while (year > 0);
+    while (n < 4)
+        digits[n++] = '0';
+    while (n > 0)
+        *p++ = digits[--n];
     *p++ = '-';
-    put(t.month, 2);
+    put2(month);
     *p++ = '-';
-    put(t.day, 2);
+    put2(day);
     *p++ = 'T';
-    put(t.hour, 2);
+    put2(static_cast<unsigned>(secondOfDay / 3600));
     *p++ = ':';
-    put(t.minute, 2);
+    put2(static_cast<unsigned>(secondOfDay % 3600 / 60));
     *p++ = ':';
-    put(static_cast<long>(t.second), 2);
+    put2(static_cast<unsigned>(secondOfDay % 60));
     // Microseconds when the instant is not on a whole second, without trailing zeros.
     if (micros > 0 && micros < 1000000) {
         *p++ = '.';
-        char* fraction = p;
-        put(micros, 6);
-        while (p > fraction && p[-1] == '0') --p;
+        for (long scale = 100000; scale > 0 && micros > 0; scale /= 10) {
+            *p++ = static_cast<char>('0' + micros / scale);
+            micros %= scale;
+        }
     }
     *p++ = 'Z';
     return std::string(buffer, p);

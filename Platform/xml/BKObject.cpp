@@ -4,6 +4,7 @@
 #include "Platform/core/KSLog.h"
 #include "Platform/core/KSNumberText.h"
 #include "Platform/xml/BKXMLFunctions.h"
+#include "Platform/xml/BKXMLPrivate.h"
 
 namespace kestrum {
 
@@ -25,17 +26,19 @@ bool BKObject::isTrueAttributeText(std::string_view text) {
     return text == "true" || text == "1";
 }
 
-std::optional<std::string> BKObject::_consumeElementText(BKXMLCursor& cursor,
-                                                         std::string_view elementName) {
+std::optional<std::string_view> BKObject::_consumeElementText(BKXMLCursor& cursor,
+                                                              std::string_view elementName,
+                                                              std::string& storage) {
     BKXMLElement element = SkipToNextChildElement(cursor);
     if (!element || element.name() != elementName) return std::nullopt;
     cursor.nextChild();
-    return BKCharacterDataFromElement(element);
+    return bkxml::characterData(element, storage);
 }
 
 std::optional<KSValue> BKObject::readPlatformDateFromCursorElementName(
     BKXMLCursor& cursor, std::string_view elementName) {
-    std::optional<std::string> text = _consumeElementText(cursor, elementName);
+    std::string storage;
+    std::optional<std::string_view> text = _consumeElementText(cursor, elementName, storage);
     if (!text) return std::nullopt;
     if (text->empty()) return KSValue();
     KSDate date;
@@ -51,9 +54,10 @@ std::optional<KSValue> BKObject::readPlatformDateFromCursorElementName(
 KSValue BKObject::readStringStoringWithKeyFromCursorElementName(std::string_view key,
                                                                 BKXMLCursor& cursor,
                                                                 std::string_view elementName) {
-    std::optional<std::string> text = _consumeElementText(cursor, elementName);
+    std::string storage;
+    std::optional<std::string_view> text = _consumeElementText(cursor, elementName, storage);
     if (!text) return KSValue();
-    KSValue value(std::move(*text));
+    KSValue value{std::string(*text)};
     if (key.empty()) return value;
     setValueForKey(value, key);
     return valueForKey(key);
@@ -61,7 +65,8 @@ KSValue BKObject::readStringStoringWithKeyFromCursorElementName(std::string_view
 
 bool BKObject::readBoolFromCursorElementName(std::string_view key, BKXMLCursor& cursor,
                                              std::string_view elementName) {
-    std::optional<std::string> text = _consumeElementText(cursor, elementName);
+    std::string storage;
+    std::optional<std::string_view> text = _consumeElementText(cursor, elementName, storage);
     if (!text) return false;
     bool value = isTrueElementText(*text);
     if (key.empty()) return value;
@@ -77,21 +82,24 @@ KSValue BKObject::_storeNumber(std::string_view key, const KSValue& number) {
 
 KSValue BKObject::readFloatNumberFromCursorElementName(std::string_view key, BKXMLCursor& cursor,
                                                        std::string_view elementName) {
-    std::optional<std::string> text = _consumeElementText(cursor, elementName);
+    std::string storage;
+    std::optional<std::string_view> text = _consumeElementText(cursor, elementName, storage);
     if (!text || text->empty()) return KSValue();
     return _storeNumber(key, KSValue::floatNumber(KSFloatValueOfString(*text)));
 }
 
 KSValue BKObject::readDoubleNumberFromCursorElementName(std::string_view key, BKXMLCursor& cursor,
                                                         std::string_view elementName) {
-    std::optional<std::string> text = _consumeElementText(cursor, elementName);
+    std::string storage;
+    std::optional<std::string_view> text = _consumeElementText(cursor, elementName, storage);
     if (!text || text->empty()) return KSValue();
     return _storeNumber(key, KSValue(KSDoubleValueOfString(*text)));
 }
 
 KSValue BKObject::readIntegerNumberFromCursorElementName(std::string_view key, BKXMLCursor& cursor,
                                                          std::string_view elementName) {
-    std::optional<std::string> text = _consumeElementText(cursor, elementName);
+    std::string storage;
+    std::optional<std::string_view> text = _consumeElementText(cursor, elementName, storage);
     if (!text || text->empty()) return KSValue();
     return _storeNumber(key, KSValue(KSIntValueOfString(*text)));
 }

@@ -138,9 +138,11 @@ public:
         BKXMLCursor& cursor, std::string_view elementName);
 
 private:
-    // The text of the next child element if it has this name (consuming it).
-    static std::optional<std::string> _consumeElementText(BKXMLCursor& cursor,
-                                                          std::string_view elementName);
+    // The text of the next child element if it has this name (consuming it): a view into
+    // the document, or into `storage` when the text comes in several runs.
+    static std::optional<std::string_view> _consumeElementText(BKXMLCursor& cursor,
+                                                               std::string_view elementName,
+                                                               std::string& storage);
     KSValue _storeNumber(std::string_view key, const KSValue& number);
     template <class DateTime>
     DateTime _readDate(std::string_view key, BKXMLCursor& cursor, std::string_view elementName);

@@ -10,7 +10,7 @@ BKXMLCursor::BKXMLCursor(const BKXMLDocument& document)
     : document_(const_cast<BKXMLDocument*>(&document)),
       root_(document.rootElement().internalNode()),
       current_(root_),
-      next_(bkxml::firstChildOf(root_, document_)) {}
+      next_(bkxml::firstChildOf(root_, document_, &ignoresWhitespace_)) {}
 
 BKXMLElement BKXMLCursor::currentElement() const {
     return BKXMLElement(current_, document_);
@@ -21,7 +21,9 @@ std::string_view BKXMLCursor::name() const {
 }
 
 std::optional<std::string_view> BKXMLCursor::attributeNamed(std::string_view name) const {
-    return currentElement().attributeNamed(name);
+    const char* value = bkxml::attributeValue(current_, name);
+    if (!value) return std::nullopt;
+    return std::string_view(value);
 }
 
 BKXMLChildRange BKXMLCursor::children() const {
@@ -31,7 +33,7 @@ BKXMLChildRange BKXMLCursor::children() const {
 BKXMLNode BKXMLCursor::nextChild() {
     BKXMLNode child = next_;
     if (child.isNull()) return child;
-    next_ = bkxml::nextSiblingOf(child);
+    next_ = bkxml::nextSiblingOf(child, &ignoresWhitespace_);
     lastConsumed_ = child;
     return child;
 }
@@ -39,7 +41,8 @@ BKXMLNode BKXMLCursor::nextChild() {
 bool BKXMLCursor::openElement() {
     if (!lastConsumed_.isElement()) return false;
     current_ = lastConsumed_.internalNode();
-    next_ = bkxml::firstChildOf(current_, document_);
+    ignoresWhitespace_ = -1;
+    next_ = bkxml::firstChildOf(current_, document_, &ignoresWhitespace_);
     lastConsumed_ = BKXMLNode();
     ++depth_;
     return true;
@@ -47,10 +50,11 @@ bool BKXMLCursor::openElement() {
 
 bool BKXMLCursor::closeElement() {
     if (current_ == root_ || depth_ == 0) return false;
-    BKXMLNode left(current_, document_, false);
-    next_ = bkxml::nextSiblingOf(left);
-    lastConsumed_ = left;
+    BKXMLNode left(current_, document_, BKXMLNode::Kind::Element);
     current_ = bkxml::structOf(bkxml::nodeOf(current_).parent());
+    ignoresWhitespace_ = -1;
+    next_ = bkxml::nextSiblingOf(left, &ignoresWhitespace_);
+    lastConsumed_ = left;
     --depth_;
     return true;
 }

@@ -60,6 +60,9 @@ private:
     BKXMLDocument* document_;
     pugi::xml_node_struct* root_;
     pugi::xml_node_struct* current_;
+    // Whether whitespace-only text in the current element is layout (-1 until first needed).
+    // Declared before next_, which the constructor finds with its help.
+    signed char ignoresWhitespace_ = -1;
     BKXMLNode next_;
     BKXMLNode lastConsumed_;
     std::size_t depth_ = 0;

@@ -7,15 +7,18 @@
 #include "Platform/core/KSNumberText.h"
 #include "Platform/xml/BKObject.h"
 #include "Platform/xml/BKXMLFunctions.h"
+#include "Platform/xml/BKXMLPrivate.h"
 
 namespace kestrum {
 
 namespace {
 
-// The text of the cursor's next child, which the caller knows is `element`.
-std::string consumeText(BKXMLCursor& cursor, const BKXMLElement& element) {
+// The text of the cursor's next child, which the caller knows is `element`: a view into the
+// document, or into `storage` when the text comes in several runs.
+std::string_view consumeText(BKXMLCursor& cursor, const BKXMLElement& element,
+                             std::string& storage) {
     cursor.nextChild();
-    return BKCharacterDataFromElement(element);
+    return bkxml::characterData(element, storage);
 }
 
 }  // namespace
@@ -98,7 +101,8 @@ bool BKXMLDictionary::_readContents(KSDictionary& dictionary, BKXMLCursor& curso
     for (;;) {
         BKXMLElement keyElement = SkipToNextChildElement(cursor);
         if (!keyElement || keyElement.name() != "key") break;
-        std::string key = consumeText(cursor, keyElement);
+        std::string storage;
+        std::string key(consumeText(cursor, keyElement, storage));
         BKXMLElement valueElement = SkipToNextChildElement(cursor);
         if (!valueElement) break;
         bool recognized = false;
@@ -111,9 +115,10 @@ bool BKXMLDictionary::_readContents(KSDictionary& dictionary, BKXMLCursor& curso
 KSValue BKXMLDictionary::_readValue(BKXMLCursor& cursor, const BKXMLElement& element, int depth,
                                     bool* recognized) {
     std::string_view name = element.name();
+    std::string storage;
     *recognized = true;
     if (name == "bool") {
-        return KSValue(BKObject::isTrueElementText(consumeText(cursor, element)));
+        return KSValue(BKObject::isTrueElementText(consumeText(cursor, element, storage)));
     }
     if (name == "dict" || name == "array") {
         cursor.nextChild();
@@ -146,11 +151,14 @@ KSValue BKXMLDictionary::_readValue(BKXMLCursor& cursor, const BKXMLElement& ele
         cursor.closeElement();
         return result;
     }
-    if (name == "integer") return KSValue(KSIntValueOfString(consumeText(cursor, element)));
-    if (name == "real") return KSValue(KSDoubleValueOfString(consumeText(cursor, element)));
-    if (name == "string" || name == "value") return KSValue(consumeText(cursor, element));
+    if (name == "integer")
+        return KSValue(KSIntValueOfString(consumeText(cursor, element, storage)));
+    if (name == "real")
+        return KSValue(KSDoubleValueOfString(consumeText(cursor, element, storage)));
+    if (name == "string" || name == "value")
+        return KSValue(std::string(consumeText(cursor, element, storage)));
     if (name == "data") {
-        std::string text = consumeText(cursor, element);
+        std::string_view text = consumeText(cursor, element, storage);
         KSData data;
         if (!KSBase64Decode(text, &data)) {
             KSLog("Unable to decode base 64 data of %lu characters", text.size());

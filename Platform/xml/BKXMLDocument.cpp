@@ -36,8 +36,11 @@ constexpr unsigned kBaseParseFlags = pugi::parse_cdata | pugi::parse_escapes |
                                      pugi::parse_wconv_attribute | pugi::parse_eol |
                                      pugi::parse_embed_pcdata | pugi::parse_fragment;
 
-// Collects the written bytes in blocks of growing size, then joins them once: no block is
-// ever copied to grow, and the joined result is allocated at its exact size.
+constexpr std::string_view kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+
+// Writes the document into one buffer reserved up front from the document's size estimate,
+// so that the bytes are neither copied to grow nor joined at the end. Escapes the estimate
+// does not count fit in a small margin; should they not, the buffer grows by a quarter.
 //
 // The writer leaves a carriage return in text as it is, and a parser would turn it into
 // a line feed; as a character reference it survives. Raw carriage returns reach this
@@ -45,6 +48,8 @@ constexpr unsigned kBaseParseFlags = pugi::parse_cdata | pugi::parse_escapes |
 // line breaks normalised.
 class DataWriter : public pugi::xml_writer {
 public:
+    explicit DataWriter(std::size_t expectedSize) { out_.reserve(expectedSize); }
+
     void write(const void* data, size_t size) override {
         const auto* p = static_cast<const std::uint8_t*>(data);
         const auto* end = p + size;
@@ -55,45 +60,32 @@ public:
                 break;
             }
             append(p, cr - p);
-            static const char kReference[] = "&#13;";
-            append(reinterpret_cast<const std::uint8_t*>(kReference), sizeof kReference - 1);
+            append("&#13;");
             p = cr + 1;
         }
     }
 
-    // The bytes written, between `prefix` and `suffix`.
-    KSData join(std::string_view prefix, std::string_view suffix) const {
-        std::size_t total = prefix.size() + suffix.size();
-        for (const KSData& block : blocks_)
-            total += block.size();
-        KSData out(total);
-        std::uint8_t* at = out.data();
-        at = std::copy(prefix.begin(), prefix.end(), at);
-        for (const KSData& block : blocks_)
-            at = std::copy(block.begin(), block.end(), at);
-        std::copy(suffix.begin(), suffix.end(), at);
-        return out;
+    void append(std::string_view text) {
+        append(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
     }
+
+    KSData take() { return std::move(out_); }
 
 private:
     void append(const std::uint8_t* p, std::size_t n) {
-        while (n > 0) {
-            if (blocks_.empty() || blocks_.back().size() == blocks_.back().capacity()) {
-                blocks_.emplace_back();
-                blocks_.back().reserve(nextBlockSize_);
-                nextBlockSize_ = std::min<std::size_t>(nextBlockSize_ * 2, 4 << 20);
-            }
-            KSData& block = blocks_.back();
-            std::size_t count = std::min(n, block.capacity() - block.size());
-            block.insert(block.end(), p, p + count);
-            p += count;
-            n -= count;
+        if (out_.capacity() - out_.size() < n) {
+            out_.reserve(out_.size() + std::max(n, out_.size() / 4));
         }
+        out_.insert(out_.end(), p, p + n);
     }
 
-    std::vector<KSData> blocks_;
-    std::size_t nextBlockSize_ = 64 << 10;
+    KSData out_;
 };
+
+std::size_t expectedOutputSize(std::ptrdiff_t estimate) {
+    std::size_t size = static_cast<std::size_t>(std::max<std::ptrdiff_t>(estimate, 0));
+    return kDeclaration.size() + size + size / 128 + 256;
+}
 
 KSError parseError(BKXMLErrorCode code, const std::string& reason, std::ptrdiff_t offset,
                    const KSData* original) {
@@ -150,10 +142,10 @@ std::unique_ptr<BKXMLDocument> BKXMLDocument::documentWithRootElementName(
     document->impl_->namespaceURL = std::string(namespaceURL);
     document->hidesWhitespace_ = behavior && behavior->usesHandling(BKXMLWhitespaceIgnore);
     document->impl_->behavior = std::move(behavior);
-    std::string storage;
-    std::string_view name = bkxml::sanitizedName(rootElementName, storage);
-    pugi::xml_node root = document->impl_->xml.append_child(bkxml::NameBuffer(name).c_str());
+    bkxml::XMLName name(rootElementName);
+    pugi::xml_node root = document->impl_->xml.append_child(name.c_str());
     document->impl_->stack.push_back(root.internal_object());
+    document->writtenSizeEstimate_ = static_cast<std::ptrdiff_t>(name.size() + 3);
     return document;
 }
 
@@ -236,6 +228,8 @@ bool BKXMLDocument::finishParsing(std::size_t dataSize, const KSData* original, 
     hidesWhitespace_ = behavior && behavior->usesHandling(BKXMLWhitespaceIgnore) &&
                        behavior->usesHandling(BKXMLWhitespacePreserve);
     impl_->stack.assign(1, root.internal_object());
+    // Written again, a parsed document comes to about the size it was read from.
+    writtenSizeEstimate_ = static_cast<std::ptrdiff_t>(dataSize);
     return true;
 }
 
@@ -280,26 +274,29 @@ BKXMLElement BKXMLDocument::appendElement(std::string_view name) {
 
 BKXMLElement BKXMLDocument::appendElementContainingString(std::string_view name,
                                                           std::string_view text) {
-    BKXMLElement element = topElement().appendElement(name);
-    element.appendString(text);
-    return element;
+    return bkxml::appendTextElement(topElement(), name, text);
 }
 
 BKXMLElement BKXMLDocument::appendElementContainingInteger(std::string_view name,
                                                            std::int64_t value) {
-    return appendElementContainingString(name, KSStringFromInteger(value));
+    return bkxml::appendTextElement(topElement(), name, KSStringFromInteger(value),
+                                    bkxml::TextOrigin::Formatted);
 }
 
 BKXMLElement BKXMLDocument::appendElementContainingReal(std::string_view name, float value) {
-    return appendElementContainingString(name, KSStringFromFloat(value));
+    return bkxml::appendTextElement(topElement(), name, KSStringFromFloat(value),
+                                    bkxml::TextOrigin::Formatted);
 }
 
 BKXMLElement BKXMLDocument::appendElementContainingDouble(std::string_view name, double value) {
-    return appendElementContainingString(name, KSStringFromDouble(value));
+    char buffer[32];
+    return bkxml::appendTextElement(topElement(), name, bkxml::formatDouble(value, buffer),
+                                    bkxml::TextOrigin::Formatted);
 }
 
 BKXMLElement BKXMLDocument::appendElementContainingDate(std::string_view name, KSDate date) {
-    return appendElementContainingString(name, date.xmlString());
+    return bkxml::appendTextElement(topElement(), name, date.xmlString(),
+                                    bkxml::TextOrigin::Formatted);
 }
 
 void BKXMLDocument::appendString(std::string_view text) {
@@ -336,11 +333,13 @@ BKXMLCursor BKXMLDocument::cursor() const {
 
 std::optional<KSData> BKXMLDocument::xmlData(KSError* error) {
     removeUnreferencedElements();
-    DataWriter writer;
     try {
+        DataWriter writer(expectedOutputSize(writtenSizeEstimate_));
+        writer.append(kDeclaration);
         impl_->xml.save(writer, "", pugi::format_raw | pugi::format_no_declaration,
                         pugi::encoding_utf8);
-        return writer.join("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n", "\n");
+        writer.append("\n");
+        return writer.take();
     } catch (const std::bad_alloc&) {
         KSSetError(error, KSError::errorWithDescription(KSXMLErrorDomain, BKXMLErrorMalformed,
                                                         "Out of memory while writing XML."));
@@ -401,11 +400,68 @@ void BKXMLDocument::removeUnreferencedElements() {
         }
         if (!insideAnother) outermost.push_back(node);
     }
-    for (pugi::xml_node_struct* node : outermost)
+    for (pugi::xml_node_struct* node : outermost) {
+        writtenSizeEstimate_ -= static_cast<std::ptrdiff_t>(bkxml::writtenSizeOf(nodeOf(node)));
         nodeOf(node).parent().remove_child(nodeOf(node));
+    }
     for (pugi::xml_node_struct* node : unreferenced)
         impl_->ignorable.erase(node);
     hasIgnorableElements_ = !impl_->ignorable.empty();
 }
+
+namespace bkxml {
+
+std::size_t writtenSizeOfAttribute(pugi::xml_attribute attribute) {
+    return std::strlen(attribute.name()) + std::strlen(attribute.value()) + 4;
+}
+
+namespace {
+
+// What a node takes apart from its children: an element's tags, attributes and own text.
+std::size_t ownWrittenSize(pugi::xml_node node) {
+    switch (node.type()) {
+        case pugi::node_element: {
+            std::size_t name = std::strlen(node.name());
+            std::size_t size = name + 1;
+            for (pugi::xml_attribute a = node.first_attribute(); structOf(a);
+                 a = a.next_attribute()) {
+                size += writtenSizeOfAttribute(a);
+            }
+            std::size_t text = std::strlen(node.value());
+            // "<name/>", or "<name>", the contents and "</name>".
+            return size + (structOf(node.first_child()) || text ? text + name + 4 : 2);
+        }
+        case pugi::node_cdata:
+            return std::strlen(node.value()) + 12;
+        case pugi::node_comment:
+            return std::strlen(node.value()) + 7;
+        case pugi::node_pi:
+        case pugi::node_declaration:
+            return std::strlen(node.name()) + std::strlen(node.value()) + 5;
+        default:
+            return std::strlen(node.value());
+    }
+}
+
+}  // namespace
+
+std::size_t writtenSizeOf(pugi::xml_node node) {
+    // Depth first without recursion, so that deep documents cannot exhaust the stack.
+    pugi::xml_node_struct* top = structOf(node);
+    std::size_t size = 0;
+    for (pugi::xml_node n = node;;) {
+        size += ownWrittenSize(n);
+        if (pugi::xml_node child = n.first_child(); structOf(child)) {
+            n = child;
+            continue;
+        }
+        while (structOf(n) != top && !structOf(n.next_sibling()))
+            n = n.parent();
+        if (structOf(n) == top) return size;
+        n = n.next_sibling();
+    }
+}
+
+}  // namespace bkxml
 
 }  // namespace kestrum

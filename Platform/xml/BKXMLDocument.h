@@ -25,6 +25,7 @@
 // round trip. Comments are not kept when parsing.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -156,6 +157,9 @@ public:
     }
     void setNodeIgnoreUnlessReferenced(pugi::xml_node_struct* node, bool ignore);
     void markNodeAsReferenced(pugi::xml_node_struct* node);
+    // Elements report what their changes add to the written size (in bytes, before
+    // escaping), so that `xmlData` reserves its buffer once.
+    void noteWrittenSizeChange(std::ptrdiff_t bytes) { writtenSizeEstimate_ += bytes; }
 
 private:
     struct Impl;
@@ -165,6 +169,7 @@ private:
     void removeUnreferencedElements();
 
     std::unique_ptr<Impl> impl_;
+    std::ptrdiff_t writtenSizeEstimate_ = 0;
     bool hasIgnorableElements_ = false;
     bool hidesWhitespace_ = false;
 };

@@ -27,8 +27,9 @@ public:
     // inside the element `node` itself.
     BKXMLNode(pugi::xml_node_struct* node, BKXMLDocument* document, bool embeddedText);
     // The same with the kind already known (the layer's stepping code).
-    BKXMLNode(pugi::xml_node_struct* node, BKXMLDocument* document, Kind kind)
-        : node_(node), document_(document), kind_(kind) {}
+    BKXMLNode(pugi::xml_node_struct* node, BKXMLDocument* document, Kind kind,
+              bool embeddedText = false)
+        : node_(node), document_(document), embedded_(embeddedText), kind_(kind) {}
 
     Kind kind() const { return kind_; }
     bool isNull() const { return node_ == nullptr; }
@@ -79,6 +80,8 @@ public:
 
     private:
         BKXMLNode node_;
+        // Whether whitespace-only text in the parent is layout (-1 until first needed).
+        signed char ignoresWhitespace_ = -1;
     };
 
     BKXMLChildRange() = default;
