@@ -1,16 +1,38 @@
 // kestrum: the command-line tool over the Kestrum library.
+//
+//   kestrum --version
+//   kestrum demo [--json]     schedule a sample plan and print its tasks' dates
+//
+// Exit codes: 0 success, 1 failure while working, 2 usage error.
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
 #include <iostream>
 
 #include "Platform/core/KSVersion.h"
+#include "cli/DemoPlan.h"
+#include "cli/PlanReport.h"
 
 namespace {
 
 // Exit codes scripts can rely on.
 constexpr int kExitOK = 0;
+constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 2;
+
+int runDemo(bool asJSON) {
+    kestrum::cli::DemoPlan plan;
+    plan.schedule();
+    kestrum::cli::PlanReport report = kestrum::cli::PlanReport::forScenario(plan.scenario());
+    if (asJSON) {
+        std::cout << report.json().dump(2) << '\n';
+    } else {
+        std::cout << report.table();
+    }
+    for (const auto& error : plan.errors())
+        std::cerr << "kestrum: " << error << '\n';
+    return plan.errors().empty() ? kExitOK : kExitFailure;
+}
 
 }  // namespace
 
@@ -20,14 +42,21 @@ int main(int argc, char** argv) {
     app.set_version_flag("-V,--version", std::string("kestrum ") + kestrum::KSLibraryVersion(),
                          "Print the version and exit");
     app.require_subcommand(0, 1);
+
+    bool demoJSON = false;
+    CLI::App* demo = app.add_subcommand(
+        "demo",
+        "Schedule a sample plan and print each task's outline number, title, start, "
+        "end and total slack (dates as ISO local date-times)");
+    demo->add_flag("--json", demoJSON, "Print JSON instead of a table");
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
         int code = app.exit(e);
         return code == 0 ? kExitOK : kExitUsage;
     }
-    if (app.get_subcommands().empty()) {
-        std::cout << app.help();
-    }
+    if (demo->parsed()) return runDemo(demoJSON);
+    std::cout << app.help();
     return kExitOK;
 }

@@ -6,4 +6,5 @@ bash scripts/install-deps.sh
 cmake --preset dev >/dev/null
 cmake --build --preset dev --target kestrum-cli
 ./build/dev/kestrum --version
-./build/dev/kestrum --help
+# Until plans are read from files, the main job schedules the built-in sample plan.
+./build/dev/kestrum demo

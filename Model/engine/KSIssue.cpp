@@ -1,5 +1,6 @@
 #include "Model/engine/KSIssue.h"
 
+#include "Model/tasks/KSTask.h"
 #include "Platform/core/KSLocalization.h"
 
 namespace kestrum {
@@ -48,6 +49,12 @@ std::string KSIssue::shortDescription() const {
     return KSLocalizedString("Generic Issue - this should never be seen");
 }
 
+void KSIssue::_addIssueToTask(const std::shared_ptr<KSIssue>& issue, KSTask& task) {
+    task.addIssue(issue);
+}
+
+void KSIssue::performAction(const std::string&) {}
+
 int KSIssue::compareByType(const KSIssue& other) const {
     int a = type();
     int b = other.type();
@@ -56,6 +63,11 @@ int KSIssue::compareByType(const KSIssue& other) const {
 
 std::string KSMaximumEffortExceededError::shortDescription() const {
     return KSLocalizedString("Maximum effort exceeded");
+}
+
+void KSMaximumEffortExceededError::performAction(const std::string& action) {
+    if (action != "removeThisWarning" || !task()) return;
+    task()->removeIssue(sharedFromThis<KSIssue>());
 }
 
 }  // namespace kestrum

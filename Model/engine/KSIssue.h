@@ -6,12 +6,18 @@
 // go and as it joins or leaves a plan. The issue kind is the handle by which a whole
 // family is removed at once.
 //
-//   task->addIssue(std::make_shared<KSMaximumEffortExceededError>(task.get()));
+//   KSIssue::issueForTask<KSMaximumEffortExceededError>(*task);   // made and added
 //   task->removeIssuesOfKind(KSIssue::maximumEffortIssueKind());
+//
+// An issue explains itself with a short line for a list and a long HTML text from a file
+// that the host provides (longDescriptionHTMLFile, filled by resultHTMLStringForRawHTMLString);
+// the links of that text name actions, which performAction carries out.
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "Platform/core/KSBaseObject.h"
 
@@ -40,6 +46,15 @@ public:
     static const std::string& levelingIssueKind();       // "Leveling"
     static const std::string& maximumEffortIssueKind();  // "maximumEffort"
 
+    // Makes an issue of class T for `task` (with the further constructor arguments after
+    // the task) and adds it to the task; returns it.
+    template <class T, class... Args>
+    static std::shared_ptr<T> issueForTask(KSTask& task, Args&&... args) {
+        auto issue = std::make_shared<T>(&task, std::forward<Args>(args)...);
+        _addIssueToTask(issue, task);
+        return issue;
+    }
+
     // The task the issue belongs to, or null once it left the task.
     virtual KSTask* task() const { return nonretainedTask_; }
     void setTask(KSTask* task) { nonretainedTask_ = task; }
@@ -49,12 +64,23 @@ public:
     virtual std::string issueKind() const { return "Generic"; }
     // One line for a list.
     virtual std::string shortDescription() const;
+    // The name (without ".html") of the long description's file; none here.
+    virtual std::optional<std::string> longDescriptionHTMLFile() const { return std::nullopt; }
+    // The long description: the file's text used as a format with the issue's own values.
+    virtual std::string resultHTMLStringForRawHTMLString(const std::string& rawHTML) const {
+        return rawHTML;
+    }
+    // Carries out the action named by a "ksaction:" link of the long description; an
+    // unknown action does nothing.
+    virtual void performAction(const std::string& action);
     // Whether adding and removing the issue is recorded for undo; false here.
     virtual bool shouldBeRegisteredForUndo() const { return false; }
     // Orders by type, so that errors come before warnings.
     int compareByType(const KSIssue& other) const;
 
 private:
+    static void _addIssueToTask(const std::shared_ptr<KSIssue>& issue, KSTask& task);
+
     KSTask* nonretainedTask_ = nullptr;
 };
 
@@ -67,6 +93,11 @@ public:
     std::string issueKind() const override { return maximumEffortIssueKind(); }
     // "Maximum effort exceeded".
     std::string shortDescription() const override;
+    std::optional<std::string> longDescriptionHTMLFile() const override {
+        return "MaximumEffortExceeded";
+    }
+    // "removeThisWarning" takes the warning off its task.
+    void performAction(const std::string& action) override;
 };
 
 }  // namespace kestrum

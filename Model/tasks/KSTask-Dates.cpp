@@ -1,20 +1,18 @@
-// KSTask: cached dates, their invalidation, and recomputation in the edit cycle.
+// KSTask: the rules of every cached date, the leveled-date adjustment, the leveling
+// limits, slack and the uncompleted start.
 //
-// Every date is a cache filled on reading. An invalidation clears one cache, marks the
-// task for the scenario's next recomputation and walks outward along fixed rules; an
-// already empty cache stops the walk, since nothing computed can hang from it. The
-// getters here place tasks by their locks, constraints, links, groups and chunks in the
-// plan's working time; leveled dates and lead times take part once the leveling and
-// link arithmetic join them.
-#include <algorithm>
-
+// Each rule reads what it needs through the getters, which fill their caches on the way
+// (KSTask-Evaluation.cpp keeps that from recursing deeply). A date of one task is
+// combined with those of its neighbours by laterDate / earlierDate, where a null never
+// wins. Every rule has a start-side and an end-side form; where the two differ, the
+// difference is intended.
+#include "Model/engine/KSCriticalPath.h"
 #include "Model/engine/KSIssue.h"
+#include "Model/project/KSProject.h"
 #include "Model/project/KSScenario.h"
 #include "Model/tasks/KSDependency.h"
 #include "Model/tasks/KSTask.h"
 #include "Model/worktime/KSSchedule.h"
-#include "Platform/core/KSNotificationCenter.h"
-#include "Platform/core/KSUndoManager.h"
 
 namespace kestrum {
 
@@ -23,60 +21,30 @@ namespace {
 // A derived end lies at most this many days from the other end.
 constexpr std::int64_t kMaximumSpanDays = 7305;
 
-bool earlier(const KSDateTime& a, const KSDateTime& b) {
+bool isEarlier(const KSDateTime& a, const KSDateTime& b) {
     return !a.isNull() && !b.isNull() && a.compare(b) < 0;
+}
+
+bool isLater(const KSDateTime& a, const KSDateTime& b) {
+    return !a.isNull() && !b.isNull() && a.compare(b) > 0;
+}
+
+KSTask* childAt(const KSProjectItemList& children, std::size_t index) {
+    return static_cast<KSTask*>(children[index].get());
+}
+
+double workBetween(KSScheduling* work, const KSDateTime& start, const KSDateTime& end) {
+    if (!work || start.isNull() || end.isNull()) return 0.0;
+    return work->durationBetweenStartDateAndEndDate(start, end);
 }
 
 }  // namespace
 
-// --- Schedule type ------------------------------------------------------------------------------
-
-KSScheduleType KSTask::scheduleType() const {
-    // A group follows the plan's anchor.
-    if (_isGroupTask()) return _planHasFixedEndDate() ? scheduleTypeALAP : scheduleTypeASAP;
-    return scheduleType_;
-}
-
-void KSTask::setScheduleType(KSScheduleType type) {
-    if (!_isUndoingOrRedoing() && !flags_.isLoading) {
-        if (flags_.isSplitChunk) {
-            KSTask* next = nextSplitChunk();
-            KSTask* previous = previousSplitChunk();
-            if (type != scheduleTypeASAP) {
-                if (next) {
-                    setNoLaterThanConstraintDate(next->endDate());
-                    setNoLaterThanConstrainedTaskEnd(KSConstrainedTaskEndEnd);
-                }
-                if (previous) setNoLaterThanConstraintDate(KSDateTime());
-            } else {
-                if (previous) {
-                    setNoEarlierThanConstraintDate(previous->startDate());
-                    setNoEarlierThanConstrainedTaskEnd(KSConstrainedTaskEndStart);
-                }
-                // The no-later date is cleared here too, as on the other branch.
-                if (next) setNoLaterThanConstraintDate(KSDateTime());
-            }
-        }
-        if (isSplitTask_) delaySplitRejoining();
-        KSTaskList children;
-        _childrenTasks(children);
-        for (const auto& child : children)
-            child->setScheduleType(type);
-    }
-    if (scheduleType_ == type || children()) return;
-    registerUndo<KSTask>([old = scheduleType_](KSTask& t) { t.setScheduleType(old); });
-    willChangeValueForKey("scheduleType");
-    scheduleType_ = type;
-    didChangeValueForKey("scheduleType");
-    setResourceLeveledDate(KSDateTime());
-    invalidateStartDate();
-    invalidateEndDate();
-}
-
-// --- Work time
-// ------------------------------------------------------------------------------------
+// --- Work time and the task's own conversions ----------------------------------------------------
 
 KSScheduling* KSTask::scenarioSchedule() const {
+    KSScenario* owner = scenario();
+    if (owner && owner->schedule()) return owner->schedule().get();
     return KSSchedule::standardWorkHours().get();
 }
 
@@ -89,10 +57,9 @@ KSDateTime KSTask::endDateForStartDate(const KSDateTime& start) {
     if (start.isNull()) return start;
     if (_isGroupTask()) {
         KSDateTime result = start;
-        KSTaskList children;
-        _childrenTasks(children);
-        for (const auto& child : children)
-            result = KSDateTime::laterDate(result, child->endDateForStartDate(start));
+        for (const auto& child : *children())
+            result = KSDateTime::laterDate(result,
+                                           static_cast<KSTask&>(*child).endDateForStartDate(start));
         return result;
     }
     if (effort_ == 0.0) return start;
@@ -104,10 +71,9 @@ KSDateTime KSTask::startDateForEndDate(const KSDateTime& end) {
     if (end.isNull()) return end;
     if (_isGroupTask()) {
         KSDateTime result = end;
-        KSTaskList children;
-        _childrenTasks(children);
-        for (const auto& child : children)
-            result = KSDateTime::earlierDate(result, child->startDateForEndDate(end));
+        for (const auto& child : *children())
+            result = KSDateTime::earlierDate(result,
+                                             static_cast<KSTask&>(*child).startDateForEndDate(end));
         return result;
     }
     if (effort_ == 0.0) return end;
@@ -127,540 +93,581 @@ KSDateTime KSTask::_normalizedNoLaterDate() {
     return noLaterThanConstraintDate_;
 }
 
-// --- Limits
-// ---------------------------------------------------------------------------------------
+KSDateTime KSTask::_planFixedDate() const {
+    KSScenario* owner = scenario();
+    return owner ? owner->fixedDate() : KSScenario::genericStartDate();
+}
 
-KSDateTime KSTask::_currentStartLimitIgnoringDependencies() {
+// --- Leveled date --------------------------------------------------------------------------------
+
+KSDateTime KSTask::resourceLeveledStartDate() {
+    if (resourceLeveledDate_.isNull()) return {};
+    return _planHasFixedEndDate() ? startDateForEndDate(resourceLeveledDate_)
+                                  : resourceLeveledDate_;
+}
+
+KSDateTime KSTask::resourceLeveledEndDate() {
+    if (resourceLeveledDate_.isNull()) return {};
+    return _planHasFixedEndDate() ? resourceLeveledDate_
+                                  : endDateForStartDate(resourceLeveledDate_);
+}
+
+void KSTask::_setResourceLevelingDelay(double delay) {
+    if (delay == resourceLevelingDelay_) return;
+    willChangeValueForKey("resourceLevelingDelay");
+    resourceLevelingDelay_ = delay;
+    didChangeValueForKey("resourceLevelingDelay");
+}
+
+KSDateTime KSTask::_adjustStartForResourceLeveledDate(const KSDateTime& date) {
+    if (resourceLeveledDate_.isNull() || !isAsSoonAsPossible()) return date;
+    KSDateTime leveled = resourceLeveledStartDate();
+    // In a fixed-end plan the leveled start wins whatever the limit is.
+    if (isEarlier(date, leveled) || _planHasFixedEndDate()) {
+        _setResourceLevelingDelay(workBetween(schedule(), date, leveled));
+        return leveled;
+    }
+    _setResourceLevelingDelay(0.0);
+    return date;
+}
+
+KSDateTime KSTask::_adjustEndForResourceLeveledDate(const KSDateTime& date) {
+    if (resourceLeveledDate_.isNull() || !isAsLateAsPossible()) return date;
+    KSDateTime leveled = resourceLeveledEndDate();
+    if (isLater(date, leveled) || !_planHasFixedEndDate()) {
+        _setResourceLevelingDelay(workBetween(schedule(), leveled, date));
+        return leveled;
+    }
+    _setResourceLevelingDelay(0.0);
+    return date;
+}
+
+// --- Start and end
+// ---------------------------------------------------------------------------------
+
+KSDateTime KSTask::_emptyGroupDate() {
+    return isAsSoonAsPossible() ? currentStartLimit() : currentEndLimit();
+}
+
+KSDateTime KSTask::_computeStartDate() {
+    // The task's own lock; a split task's locks stand on its chunks.
+    if (!startLockedDate_.isNull()) return startLockedDate_;
+    if (_isGroupTask()) {
+        KSDateTime date;
+        for (const auto& child : *children())
+            date = KSDateTime::earlierDate(date, static_cast<KSTask&>(*child).startDate());
+        return countOfChildren() == 0 ? _emptyGroupDate() : date;
+    }
+    if (isSplitTask_)
+        return hasChildren() ? childAt(*children(), 0)->startDate() : _emptyGroupDate();
+    if (isHammockTask()) return currentStartLimit();
+    if (isAsLateAsPossible() || !endLockedDate_.isNull()) return _startDerivedFromEnd();
+    if (!_planHasFixedEndDate()) return currentStartLimit();
+    // Against the plan's direction a task sits on its absolute limit.
+    return _adjustStartForResourceLeveledDate(absoluteStartLimit());
+}
+
+KSDateTime KSTask::_startDerivedFromEnd() {
+    KSDateTime end = endDate();
+    KSScheduling* work = schedule();
+    KSDateTime start = work->startDateForEndDateAndEffort(end, effort_);
+    removeIssuesOfKind(KSIssue::maximumEffortIssueKind());
+    if (!end.isNull() && !start.isNull() &&
+        end.dayNumber() - start.dayNumber() > kMaximumSpanDays) {
+        KSIssue::issueForTask<KSMaximumEffortExceededError>(*this);
+        start = end.dateByAddingDays(-kMaximumSpanDays);
+    }
+    work->setAssignmentTimeSpentForTask(*this);
+    return start;
+}
+
+KSDateTime KSTask::_computeEndDate() {
+    KSScheduling* work = schedule();
+    if (!endLockedDate_.isNull()) {
+        // Held at both ends, the assignments still learn how long they work. (The schedule's
+        // own end for the effort has no further use here.)
+        if (!startLockedDate_.isNull()) work->setAssignmentTimeSpentForTask(*this);
+        return endLockedDate_;
+    }
+    if (_isGroupTask()) {
+        KSDateTime date;
+        for (const auto& child : *children())
+            date = KSDateTime::laterDate(date, static_cast<KSTask&>(*child).endDate());
+        return countOfChildren() == 0 ? _emptyGroupDate() : date;
+    }
+    if (isSplitTask_) {
+        return hasChildren() ? childAt(*children(), countOfChildren() - 1)->endDate()
+                             : _emptyGroupDate();
+    }
+    if (isHammockTask()) {
+        KSDateTime limit = currentEndLimit();
+        KSDateTime start = startDate();
+        if (isEarlier(limit, start)) return start;
+        work->setAssignmentTimeSpentForTask(*this);
+        return limit;
+    }
+    if (isAsSoonAsPossible() || !startLockedDate_.isNull()) {
+        KSDateTime start = startDate();
+        KSDateTime end = work->endDateForStartDateAndEffort(start, effort_);
+        removeIssuesOfKind(KSIssue::maximumEffortIssueKind());
+        if (!start.isNull() && !end.isNull() &&
+            end.dayNumber() - start.dayNumber() > kMaximumSpanDays) {
+            KSIssue::issueForTask<KSMaximumEffortExceededError>(*this);
+            end = start.dateByAddingDays(kMaximumSpanDays);
+        }
+        work->setAssignmentTimeSpentForTask(*this);
+        return end;
+    }
+    if (_planHasFixedEndDate()) return currentEndLimit();
+    return _adjustEndForResourceLeveledDate(absoluteEndLimit());
+}
+
+// --- Current limits -----------------------------------------------------------------------------
+
+KSDateTime KSTask::_computeCurrentStartLimitIgnoringDependenciesIncludingOppositeScheduling(
+    bool includeOpposite) {
     KSDateTime limit;
     if (KSTask* p = parentTask()) {
-        limit = p->isStartDateLocked() ? p->startLockedDate() : p->currentStartLimit();
+        if (!p->startLockedDate_.isNull()) {
+            limit = p->startLockedDate_;
+        } else {
+            limit = includeOpposite
+                        ? p->currentStartLimit()
+                        : p->_computeCurrentStartLimitIncludingOppositeScheduling(false);
+        }
     } else {
         limit = _planHasFixedEndDate() ? latestPossibleStart() : _planStartDate();
     }
+    if (includeOpposite) limit = _adjustStartForResourceLeveledDate(limit);
     limit = KSDateTime::laterDate(limit, _normalizedNoEarlierDate());
     if (KSTask* previous = previousSplitChunk())
         limit = KSDateTime::laterDate(limit, previous->endDate());
     return limit;
 }
 
-KSDateTime KSTask::currentStartLimit() {
-    if (!currentStartLimit_.isNull()) return currentStartLimit_;
-    KSDateTime limit = _currentStartLimitIgnoringDependencies();
+KSDateTime KSTask::_computeCurrentStartLimitIgnoringDependencies() {
+    return _computeCurrentStartLimitIgnoringDependenciesIncludingOppositeScheduling(true);
+}
+
+KSDateTime KSTask::_computeCurrentStartLimit(bool includeOpposite) {
+    KSDateTime limit =
+        _computeCurrentStartLimitIgnoringDependenciesIncludingOppositeScheduling(includeOpposite);
+    const bool hammock = isHammockTask();
     for (const auto& link : prerequisites_) {
-        KSTask* before = link->prerequisite();
-        if (!link->isActive() || !before) continue;
-        if (isHammockTask() && link->dependentAlignedToEnd()) continue;
-        KSDateTime bound =
-            link->prerequisiteAlignedToEnd() ? before->endDate() : before->startDate();
-        if (link->dependentAlignedToEnd() && !isHammockTask()) bound = startDateForEndDate(bound);
-        limit = KSDateTime::laterDate(limit, bound);
+        // A hammock's end-aligned prerequisites pull its end, not its start.
+        if (hammock && link->dependentAlignedToEnd()) continue;
+        limit = KSDateTime::laterDate(
+            limit, includeOpposite
+                       ? link->dateConstraint()
+                       : link->currentStartLimitConstraintExcludingOppositeScheduling());
     }
     if ((isStandardTask() || flags_.isSplitChunk) && effort_ > 0.0)
         limit = schedule()->adjustDateForUseAsStartDate(limit);
-    currentStartLimit_ = limit;
-    currentStartLimitExcludingOppositeScheduling_ = limit;
     return limit;
 }
 
-KSDateTime KSTask::_currentEndLimitIgnoringDependencies() {
+KSDateTime KSTask::_computeCurrentEndLimitIgnoringDependenciesIncludingOppositeScheduling(
+    bool includeOpposite) {
     KSDateTime limit;
-    if (isStartDateLocked() || isEndDateLocked()) {
+    if (_hasLockedDate()) {
         limit = endDate();
-    } else if (isHammockTask() && scenario() && scenario()->rootTask()) {
-        limit = scenario()->rootTask()->currentEndLimit();
+    } else if (isHammockTask()) {
+        KSScenario* owner = scenario();
+        if (owner && owner->rootTask()) limit = owner->rootTask()->currentEndLimit();
     } else if (KSTask* p = parentTask()) {
-        limit = p->currentEndLimit();
+        limit = includeOpposite ? p->currentEndLimit()
+                                : p->_computeCurrentEndLimitIncludingOppositeScheduling(false);
     } else {
         limit = _planHasFixedEndDate() ? _planEndDate() : earliestPossibleEnd();
     }
+    if (includeOpposite) limit = _adjustEndForResourceLeveledDate(limit);
     limit = KSDateTime::earlierDate(limit, _normalizedNoLaterDate());
     if (KSTask* next = nextSplitChunk()) limit = KSDateTime::earlierDate(limit, next->startDate());
     return limit;
 }
 
-KSDateTime KSTask::currentEndLimit() {
-    if (!currentEndLimit_.isNull()) return currentEndLimit_;
+KSDateTime KSTask::_computeCurrentEndLimitIgnoringDependencies() {
+    return _computeCurrentEndLimitIgnoringDependenciesIncludingOppositeScheduling(true);
+}
+
+KSDateTime KSTask::_computeCurrentEndLimit(bool includeOpposite) {
     KSDateTime limit;
     if (isHammockTask()) {
-        // A hammock's end is pulled by its end-aligned prerequisites.
+        // A hammock's end is pulled by its end-aligned prerequisites, not pushed back by
+        // its dependents.
         for (const auto& link : prerequisites_) {
-            KSTask* before = link->prerequisite();
-            if (!link->isActive() || !before || !link->dependentAlignedToEnd()) continue;
-            limit = KSDateTime::laterDate(
-                limit, link->prerequisiteAlignedToEnd() ? before->endDate() : before->startDate());
+            if (link->dependentAlignedToEnd())
+                limit = KSDateTime::laterDate(limit, link->dateConstraint());
         }
-        if (limit.isNull()) limit = _currentEndLimitIgnoringDependencies();
+        if (limit.isNull())
+            limit = _computeCurrentEndLimitIgnoringDependenciesIncludingOppositeScheduling(
+                includeOpposite);
     } else {
         KSDateTime bound;
         for (const auto& link : dependents_) {
             KSTask* after = link->dependent();
-            if (!link->isActive() || !after || after->isHammockTask()) continue;
-            KSDateTime date = link->dependentAlignedToEnd() ? after->endDate() : after->startDate();
-            if (!link->prerequisiteAlignedToEnd()) date = endDateForStartDate(date);
-            bound = KSDateTime::earlierDate(bound, date);
+            if (!after || after->isHammockTask()) continue;
+            bound = KSDateTime::earlierDate(
+                bound, includeOpposite
+                           ? link->currentEndLimitConstraint()
+                           : link->currentEndLimitConstraintExcludingOppositeScheduling());
         }
-        limit = KSDateTime::earlierDate(bound, _currentEndLimitIgnoringDependencies());
+        limit = KSDateTime::earlierDate(
+            bound, _computeCurrentEndLimitIgnoringDependenciesIncludingOppositeScheduling(
+                       includeOpposite));
     }
+    // A chunk is not adjusted on this side.
     if (isStandardTask() && effort_ > 0.0) limit = schedule()->adjustDateForUseAsEndDate(limit);
-    currentEndLimit_ = limit;
     return limit;
 }
 
-KSDateTime KSTask::absoluteStartLimit() {
-    if (!absoluteStartLimit_.isNull()) return absoluteStartLimit_;
+// --- Absolute limits
+// ------------------------------------------------------------------------------
+
+KSDateTime KSTask::_computeAbsoluteStartLimit(KSCriticalPath* path) {
     KSDateTime limit;
     if (KSTask* previous = previousSplitChunk()) {
-        limit = previous->endDateForStartDate(previous->absoluteStartLimit());
+        limit = previous->endDateForStartDate(previous->absoluteStartLimitForCriticalPath(path));
     } else if (KSTask* p = parentTask()) {
-        limit = p->absoluteStartLimit();
+        limit = p->absoluteStartLimitForCriticalPath(path);
     } else {
         limit = _planHasFixedEndDate() ? latestPossibleStart() : _planStartDate();
     }
-    if (isStartDateLocked() || isEndDateLocked()) limit = startDate();
+    if (_hasLockedDate()) limit = startDate();
     limit = KSDateTime::laterDate(limit, _normalizedNoEarlierDate());
-    // The raw leveled date, even where it holds an end.
+    // The raw leveled date, even in a fixed-end plan where it holds an end.
     if (isAsSoonAsPossible()) limit = KSDateTime::laterDate(limit, resourceLeveledDate_);
+    const bool hammock = isHammockTask();
     for (const auto& link : prerequisites_) {
-        KSTask* before = link->prerequisite();
-        if (!link->isActive() || !before) continue;
-        if (isHammockTask() && link->dependentAlignedToEnd()) continue;
-        KSDateTime bound = before->absoluteStartLimit();
-        if (link->prerequisiteAlignedToEnd()) bound = before->endDateForStartDate(bound);
-        if (link->dependentAlignedToEnd() && !isHammockTask()) bound = startDateForEndDate(bound);
-        limit = KSDateTime::laterDate(limit, bound);
+        if (!link->isActive() || !link->prerequisite()) continue;
+        if (hammock && link->dependentAlignedToEnd()) continue;
+        if (path && path->shouldBeExcluded(*link->prerequisite())) continue;
+        limit =
+            KSDateTime::laterDate(limit, link->absoluteStartLimitConstraintForCriticalPath(path));
     }
+    // Resource constraints join here once assignments name the tasks before them.
     if ((isStandardTask() || flags_.isSplitChunk) && effort_ > 0.0)
         limit = schedule()->adjustDateForUseAsStartDate(limit);
-    absoluteStartLimit_ = limit;
     return limit;
 }
 
-KSDateTime KSTask::absoluteEndLimit() {
-    if (!absoluteEndLimit_.isNull()) return absoluteEndLimit_;
+KSDateTime KSTask::_computeAbsoluteEndLimit(KSCriticalPath* path) {
     KSDateTime limit;
     if (KSTask* p = parentTask()) {
-        limit = p->absoluteEndLimit();
+        limit = p->absoluteEndLimitForCriticalPath(path);
     } else {
         limit = _planHasFixedEndDate() ? _planEndDate() : earliestPossibleEnd();
     }
-    if (isStartDateLocked() || isEndDateLocked()) limit = endDate();
+    if (_hasLockedDate()) limit = endDate();
+    // No leveled date takes part on this side.
     limit = KSDateTime::earlierDate(limit, _normalizedNoLaterDate());
     for (const auto& link : dependents_) {
         KSTask* after = link->dependent();
         if (!link->isActive() || !after || after->isHammockTask()) continue;
-        KSDateTime bound = after->absoluteEndLimit();
-        if (!link->dependentAlignedToEnd()) bound = after->startDateForEndDate(bound);
-        if (!link->prerequisiteAlignedToEnd()) bound = endDateForStartDate(bound);
-        limit = KSDateTime::earlierDate(limit, bound);
+        if (path && path->shouldBeExcluded(*after)) continue;
+        limit =
+            KSDateTime::earlierDate(limit, link->absoluteEndLimitConstraintForCriticalPath(path));
     }
     if (isStandardTask() && effort_ > 0.0) limit = schedule()->adjustDateForUseAsEndDate(limit);
-    absoluteEndLimit_ = limit;
     return limit;
 }
 
-KSDateTime KSTask::earliestPossibleEnd() {
-    if (!earliestPossibleEnd_.isNull()) return earliestPossibleEnd_;
-    KSDateTime result;
-    KSTaskList children;
-    _childrenTasks(children);
+KSDateTime KSTask::endForAbsoluteStartLimitForCriticalPath(KSCriticalPath* path) {
+    // For a plain task in its own caches this is its earliest possible end, cached.
+    if (!path && _isPlainTask()) return earliestPossibleEnd();
+    KSDateTime limit = absoluteStartLimitForCriticalPath(path);
+    if (!_isGroupTask()) return isHammockTask() ? limit : endDateForStartDate(limit);
+    for (const auto& child : *children())
+        limit = KSDateTime::laterDate(
+            limit, static_cast<KSTask&>(*child).endForAbsoluteStartLimitForCriticalPath(path));
+    return limit;
+}
+
+KSDateTime KSTask::startForAbsoluteEndLimitForCriticalPath(KSCriticalPath* path) {
+    // For a plain task in its own caches this is its latest possible start, cached.
+    if (!path && _isPlainTask()) return latestPossibleStart();
+    KSDateTime limit = absoluteEndLimitForCriticalPath(path);
+    if (!_isGroupTask()) return startDateForEndDate(limit);
+    for (const auto& child : *children())
+        limit = KSDateTime::earlierDate(
+            limit, static_cast<KSTask&>(*child).startForAbsoluteEndLimitForCriticalPath(path));
+    return limit;
+}
+
+KSDateTime KSTask::_computeEarliestPossibleEnd() {
+    if (_isGroupTask()) {
+        KSDateTime result = absoluteStartLimit();
+        for (const auto& child : *children())
+            result =
+                KSDateTime::laterDate(result, static_cast<KSTask&>(*child).earliestPossibleEnd());
+        return result;
+    }
     if (isSplitTask_) {
-        result = children.empty() ? absoluteStartLimit() : children.back()->earliestPossibleEnd();
-    } else if (_isGroupTask()) {
-        result = absoluteStartLimit();
-        for (const auto& child : children)
-            result = KSDateTime::laterDate(result, child->earliestPossibleEnd());
-    } else if (isHammockTask()) {
-        result = absoluteStartLimit();
-    } else {
-        result = endDateForStartDate(absoluteStartLimit());
+        return hasChildren() ? childAt(*children(), countOfChildren() - 1)->earliestPossibleEnd()
+                             : absoluteStartLimit();
     }
-    earliestPossibleEnd_ = result;
-    return result;
+    if (isHammockTask()) return absoluteStartLimit();
+    return endDateForStartDate(absoluteStartLimit());
 }
 
-KSDateTime KSTask::latestPossibleStart() {
-    if (!latestPossibleStart_.isNull()) return latestPossibleStart_;
-    KSDateTime result;
+KSDateTime KSTask::_computeLatestPossibleStart() {
     if (_isGroupTask() || isSplitTask_) {
-        result = absoluteEndLimit();
-        KSTaskList children;
-        _childrenTasks(children);
-        for (const auto& child : children)
-            result = KSDateTime::earlierDate(result, child->latestPossibleStart());
-    } else if (isHammockTask()) {
-        result = absoluteEndLimit();
-    } else {
-        result = startDateForEndDate(absoluteEndLimit());
-    }
-    latestPossibleStart_ = result;
-    return result;
-}
-
-// --- Start and end
-// ---------------------------------------------------------------------------------
-
-KSDateTime KSTask::startDate() {
-    if (!startDate_.isNull()) return startDate_;
-    KSDateTime date;
-    KSTaskList children;
-    _childrenTasks(children);
-    auto emptyGroupDate = [this] {
-        return isAsSoonAsPossible() ? currentStartLimit() : currentEndLimit();
-    };
-    if (isStartDateLocked()) {
-        date = startLockedDate_;
-    } else if (_isGroupTask()) {
-        for (const auto& child : children)
-            date = KSDateTime::earlierDate(date, child->startDate());
-        if (children.empty()) date = emptyGroupDate();
-    } else if (isSplitTask_) {
-        date = children.empty() ? emptyGroupDate() : children.front()->startDate();
-    } else if (isHammockTask()) {
-        date = currentStartLimit();
-    } else if (isAsLateAsPossible() || isEndDateLocked()) {
-        KSDateTime end = endDate();
-        date = schedule()->startDateForEndDateAndEffort(end, effort_);
-        removeIssuesOfKind(KSIssue::maximumEffortIssueKind());
-        if (!end.isNull() && !date.isNull() &&
-            end.dayNumber() - date.dayNumber() > kMaximumSpanDays) {
-            addIssue(std::make_shared<KSMaximumEffortExceededError>(this));
-            date = end.dateByAddingDays(-kMaximumSpanDays);
+        KSDateTime result = absoluteEndLimit();
+        if (children()) {
+            for (const auto& child : *children())
+                result = KSDateTime::earlierDate(
+                    result, static_cast<KSTask&>(*child).latestPossibleStart());
         }
-    } else if (!_planHasFixedEndDate()) {
-        date = currentStartLimit();
-    } else {
-        date = absoluteStartLimit();
+        return result;
     }
-    startDate_ = date;
-    return date;
+    if (isHammockTask()) return absoluteEndLimit();
+    return startDateForEndDate(absoluteEndLimit());
 }
 
-KSDateTime KSTask::endDate() {
-    if (!endDate_.isNull()) return endDate_;
-    KSDateTime date;
-    KSTaskList children;
-    _childrenTasks(children);
-    auto emptyGroupDate = [this] {
-        return isAsSoonAsPossible() ? currentStartLimit() : currentEndLimit();
-    };
-    if (isEndDateLocked()) {
-        date = endLockedDate_;
-    } else if (_isGroupTask()) {
-        for (const auto& child : children)
-            date = KSDateTime::laterDate(date, child->endDate());
-        if (children.empty()) date = emptyGroupDate();
-    } else if (isSplitTask_) {
-        date = children.empty() ? emptyGroupDate() : children.back()->endDate();
-    } else if (isHammockTask()) {
-        KSDateTime limit = currentEndLimit();
-        KSDateTime start = startDate();
-        date = earlier(limit, start) ? start : limit;
-    } else if (isAsSoonAsPossible() || isStartDateLocked()) {
-        KSDateTime start = startDate();
-        date = schedule()->endDateForStartDateAndEffort(start, effort_);
-        removeIssuesOfKind(KSIssue::maximumEffortIssueKind());
-        if (!start.isNull() && !date.isNull() &&
-            date.dayNumber() - start.dayNumber() > kMaximumSpanDays) {
-            addIssue(std::make_shared<KSMaximumEffortExceededError>(this));
-            date = start.dateByAddingDays(kMaximumSpanDays);
-        }
-    } else if (_planHasFixedEndDate()) {
-        date = currentEndLimit();
-    } else {
-        date = absoluteEndLimit();
-    }
-    endDate_ = date;
-    return date;
+// --- Leveling limits
+// ------------------------------------------------------------------------------
+
+bool KSTask::_couldBeSplitForRescheduleDuringLeveling() const {
+    KSProject* owner = project();
+    return isSplittableTask() && effortDone() > 0.0 && owner && owner->minimumSplitDuration() > 0.0;
 }
+
+KSDateTime KSTask::_computeLevelingStartLimit() {
+    KSDateTime limit;
+    if (_hasLockedDate()) {
+        limit = startDate();
+    } else {
+        KSTask* p = parentTask();
+        limit = KSDateTime::laterDate(p ? p->levelingStartLimit() : KSDateTime(),
+                                      _normalizedNoEarlierDate());
+    }
+    for (const auto& link : prerequisites_)
+        limit = KSDateTime::laterDate(limit, link->levelingStartLimitConstraint());
+    return limit;
+}
+
+KSDateTime KSTask::_computeLevelingEndLimit() {
+    KSDateTime limit;
+    if (!endLockedDate_.isNull() ||
+        (!startLockedDate_.isNull() && !_couldBeSplitForRescheduleDuringLeveling())) {
+        limit = endDate();
+    } else if (KSTask* p = parentTask()) {
+        limit = p->levelingEndLimit();
+    }
+    limit = KSDateTime::earlierDate(limit, _normalizedNoLaterDate());
+    for (const auto& link : dependents_)
+        limit = KSDateTime::earlierDate(limit, link->levelingEndLimitConstraint());
+    return limit;
+}
+
+KSDateTime KSTask::levelingEarliestPossibleEnd() {
+    if (_isGroupTask()) {
+        // The earliest over the children, not the latest.
+        KSDateTime result;
+        for (const auto& child : *children())
+            result = KSDateTime::earlierDate(
+                result, static_cast<KSTask&>(*child).levelingEarliestPossibleEnd());
+        return result;
+    }
+    KSDateTime limit = levelingStartLimit();
+    return limit.isNull() ? limit : endDateForStartDate(limit);
+}
+
+KSDateTime KSTask::levelingLastPossibleStart() {
+    if (_isGroupTask()) {
+        KSDateTime result;
+        for (const auto& child : *children())
+            result = KSDateTime::earlierDate(
+                result, static_cast<KSTask&>(*child).levelingLastPossibleStart());
+        return result;
+    }
+    KSDateTime limit = levelingEndLimit();
+    return limit.isNull() ? limit : startDateForEndDate(limit);
+}
+
+KSDateTime KSTask::levelingLimit() {
+    const bool fixedEnd = _planHasFixedEndDate();
+    if (isAsSoonAsPossible()) {
+        KSDateTime limit = levelingLastPossibleStart();
+        if (!limit.isNull()) return limit;
+        return fixedEnd ? startDateForEndDate(_planFixedDate()) : KSDateTime();
+    }
+    KSDateTime limit = levelingEarliestPossibleEnd();
+    if (!limit.isNull()) return limit;
+    return fixedEnd ? KSDateTime() : endDateForStartDate(_planFixedDate());
+}
+
+KSDateTime KSTask::levelingBeginningPoint() {
+    const bool fixedEnd = _planHasFixedEndDate();
+    if (isAsSoonAsPossible())
+        return fixedEnd ? KSDateTime()
+                        : _computeCurrentStartLimitIncludingOppositeScheduling(false);
+    return fixedEnd ? _computeCurrentEndLimitIncludingOppositeScheduling(false) : KSDateTime();
+}
+
+KSTask* KSTask::_childWithEarliestLevelingEndLimit() {
+    KSTask* found = nullptr;
+    KSDateTime earliest;
+    if (!children()) return nullptr;
+    for (const auto& item : *children()) {
+        auto* child = static_cast<KSTask*>(item.get());
+        KSDateTime limit = child->levelingEndLimit();
+        if (limit.isNull()) continue;
+        if (!found || isEarlier(limit, earliest)) {
+            found = child;
+            earliest = limit;
+        }
+    }
+    return found;
+}
+
+std::vector<std::shared_ptr<KSBaseObject>> KSTask::chainCausingAbsoluteEndLimit() {
+    std::vector<std::shared_ptr<KSBaseObject>> chain;
+    KSDateTime own = levelingEndLimit();
+    KSTask* child = _childWithEarliestLevelingEndLimit();
+    KSDateTime childLimit = child ? child->levelingEndLimit() : KSDateTime();
+    if (own.isNull() && childLimit.isNull()) return chain;
+    if (!own.isNull() && !isEarlier(childLimit, own)) {
+        // What holds the end lies after the task: a dependent, or the group around it.
+        KSScenario* owner = scenario();
+        KSTask* task = this;
+        while (task) {
+            KSDateTime bound;
+            if (task->_hasLockedDate()) {
+                bound = task->startDate();
+            } else if (!task->noLaterThanConstraintDate_.isNull()) {
+                bound = task->noLaterThanEnd_ == KSConstrainedTaskEndEnd
+                            ? task->startDateForEndDate(task->noLaterThanConstraintDate_)
+                            : task->noLaterThanConstraintDate_;
+            }
+            std::shared_ptr<KSDependency> link;
+            const auto& dependents = task->dependents_;
+            for (std::size_t i = dependents.size(); i-- > 0;) {
+                if (!owner || !owner->isLevelingResources()) break;
+                if (!dependents[i]->isActive()) continue;
+                KSDateTime value = dependents[i]->levelingEndLimitConstraint();
+                if (bound.isNull() || isLater(bound, value)) {
+                    link = dependents[i];
+                    bound = value;
+                }
+            }
+            bool parentHolds = false;
+            if (KSTask* p = task->parentTask()) {
+                KSDateTime parentLimit = p->levelingEndLimit();
+                if (!parentLimit.isNull()) {
+                    KSDateTime start =
+                        task->startDateForEndDate(p->endDateForStartDate(parentLimit));
+                    parentHolds = bound.isNull() || isLater(bound, start);
+                }
+            }
+            chain.push_back(task->sharedFromThis<KSTask>());
+            if (parentHolds) {
+                task = task->parentTask();
+            } else if (link) {
+                chain.back() = link;
+                task = link->dependent();
+            } else {
+                break;
+            }
+        }
+        return chain;
+    }
+    // What holds the end lies inside the task: follow the earliest child down.
+    for (KSTask* task = child; task; task = task->_childWithEarliestLevelingEndLimit())
+        chain.push_back(task->sharedFromThis<KSTask>());
+    return chain;
+}
+
+// --- Slack
+// ----------------------------------------------------------------------------------------
+
+double KSTask::freeSlack() {
+    if (isSplitTask_) {
+        double sum = 0.0;
+        if (children()) {
+            for (const auto& chunk : *children())
+                sum += static_cast<KSTask&>(*chunk).freeSlack();
+        }
+        return sum;
+    }
+    if (isAsSoonAsPossible()) return workBetween(schedule(), endDate(), currentEndLimit());
+    return workBetween(schedule(), currentStartLimit(), startDate());
+}
+
+double KSTask::totalSlack() {
+    if (isSplitTask_ && hasChildren()) return childAt(*children(), 0)->totalSlack();
+    if (KSTask* next = nextSplitChunk()) return next->totalSlack() + freeSlack();
+    if (isAsSoonAsPossible()) return workBetween(schedule(), endDate(), absoluteEndLimit());
+    return workBetween(schedule(), absoluteStartLimit(), startDate());
+}
+
+double KSTask::resourceConstrainedTotalSlackForCriticalPath(KSCriticalPath* path) {
+    double slack;
+    KSTask* neighbour = isAsSoonAsPossible() ? nextSplitChunk() : previousSplitChunk();
+    if (neighbour) {
+        slack = neighbour->resourceConstrainedTotalSlackForCriticalPath(path) + freeSlack();
+    } else if (isAsSoonAsPossible()) {
+        slack = workBetween(schedule(), endDate(), absoluteEndLimitForCriticalPath(path));
+    } else {
+        slack = workBetween(schedule(), absoluteStartLimitForCriticalPath(path), startDate());
+    }
+    return slack > 0.0 ? slack : 0.0;
+}
+
+// --- Uncompleted work ---------------------------------------------------------------------------
 
 KSDateTime KSTask::uncompletedStartDate() {
     if (isSplitTask_) {
-        KSTaskList chunks;
-        _childrenTasks(chunks);
-        for (const auto& chunk : chunks) {
-            if (chunk->completed() < 1.0) return chunk->uncompletedStartDate();
+        if (children()) {
+            for (const auto& item : *children()) {
+                auto& chunk = static_cast<KSTask&>(*item);
+                if (chunk.completed() < 1.0) return chunk.uncompletedStartDate();
+            }
         }
         return endDate();
     }
     if (!uncompletedStartDate_.isNull()) return uncompletedStartDate_;
-    KSDateTime start = startDate();
-    KSDateTime date = start;
-    double done = effortDone();
-    if (done >= effort_ && effort_ > 0.0) {
-        date = endDateForStartDate(start);
-    } else if (done > 0.0) {
-        date = schedule()->adjustDateForUseAsStartDate(
-            schedule()->endDateForStartDateAndEffort(start, done));
-    }
-    date = KSDateTime::earlierDate(date, endDate());
+    KSDateTime date = uncompletedStartDateForStartDate(startDate());
+    KSDateTime end = endDate();
+    if (isLater(date, end)) date = end;
     uncompletedStartDate_ = date;
     return date;
 }
 
-void KSTask::setResourceLeveledDate(const KSDateTime& date) {
-    KSDateTime value = date;
-    // Only a task with assignments keeps a leveled date.
-    if (!flags_.isLoading && (value.isNull() || !hasAssignments())) value = KSDateTime();
-    if (value.isNull() ? resourceLeveledDate_.isNull() : value.isEqualToDate(resourceLeveledDate_))
-        return;
-    willChangeValueForKey("resourceLeveledDate");
-    registerUndo<KSTask>(
-        [old = resourceLeveledDate_](KSTask& t) { t.setResourceLeveledDate(old); });
-    resourceLeveledDate_ = value;
-    didChangeValueForKey("resourceLeveledDate");
-    if (value.isNull() && resourceLevelingDelay_ != 0.0) {
-        willChangeValueForKey("resourceLevelingDelay");
-        resourceLevelingDelay_ = 0.0;
-        didChangeValueForKey("resourceLevelingDelay");
+KSDateTime KSTask::uncompletedStartDateForStartDate(const KSDateTime& date) {
+    double done = effortDone();
+    if (done == 0.0) return date;
+    if (done >= effort_) return endDateForStartDate(date);
+    KSScheduling* work = schedule();
+    return work->adjustDateForUseAsStartDate(work->endDateForStartDateAndEffort(date, done));
+}
+
+KSDateTime KSTask::startDateForUncompletedStartDate(const KSDateTime& date) {
+    double done = effortDone();
+    if (effort_ == 0.0 || done == 0.0) return date;
+    return schedule()->startDateForEndDateAndEffort(date, done);
+}
+
+double KSTask::effortDoneForUncompletedStartDate(const KSDateTime& date) {
+    KSDateTime start = startDate();
+    if (date.isNull() || !isLater(date, start)) return 0.0;
+    if (!isEarlier(date, endDate())) return effort_;
+    if (isSplitTask_) {
+        double sum = 0.0;
+        for (const auto& chunk : *children()) {
+            double value = static_cast<KSTask&>(*chunk).effortDoneForUncompletedStartDate(date);
+            if (value == 0.0) break;
+            sum += value;
+        }
+        return sum;
     }
-    invalidateAbsoluteEndLimit();
-    invalidateCurrentEndLimit();
-    invalidateAbsoluteStartLimit();
-    invalidateCurrentStartLimit();
+    // The working time up to the date; assignments scale it by their units once a task
+    // can hold them.
+    return workBetween(schedule(), start, date);
 }
 
-void KSTask::resetAbsoluteLimitChangeFlags() {
-    flags_.absoluteStartLimitDidChange = 0;
-    flags_.absoluteEndLimitDidChange = 0;
-}
-
-// --- Invalidation --------------------------------------------------------------------------------
-
-namespace {
-// The dependent ends of the active links out of a task.
-template <class F>
-void forEachActiveDependent(const std::vector<std::shared_ptr<KSDependency>>& links, F&& f) {
-    for (const auto& link : std::vector<std::shared_ptr<KSDependency>>(links)) {
-        if (link->isActive() && link->dependent()) f(*link->dependent());
-    }
-}
-}  // namespace
-
-void KSTask::invalidateAbsoluteStartLimit() {
-    flags_.absoluteStartLimitDidChange = 1;
-    levelingStartLimit_ = KSDateTime();
-    flags_.levelingStartLimitIsValid = 0;
-    if (absoluteStartLimit_.isNull()) return;
-    absoluteStartLimit_ = KSDateTime();
-    _needsSchedulingRecomputation();
-    invalidateEarliestPossibleEnd();
-    KSTaskList children;
-    _childrenTasks(children);
-    for (const auto& child : children)
-        child->invalidateAbsoluteStartLimit();
-    forEachActiveDependent(dependents_, [](KSTask& t) { t.invalidateAbsoluteStartLimit(); });
-    if (_planHasFixedEndDate() && (isAsSoonAsPossible() || isHammockTask())) invalidateStartDate();
-}
-
-void KSTask::invalidateAbsoluteEndLimit() {
-    flags_.absoluteEndLimitDidChange = 1;
-    levelingEndLimit_ = KSDateTime();
-    flags_.levelingEndLimitIsValid = 0;
-    if (absoluteEndLimit_.isNull()) return;
-    absoluteEndLimit_ = KSDateTime();
-    _needsSchedulingRecomputation();
-    invalidateLatestPossibleStart();
-    KSTaskList children;
-    _childrenTasks(children);
-    for (const auto& child : children)
-        child->invalidateAbsoluteEndLimit();
-    if (!_planHasFixedEndDate() && (isAsLateAsPossible() || isHammockTask())) invalidateEndDate();
-}
-
-void KSTask::invalidateEarliestPossibleEnd() {
-    if (earliestPossibleEnd_.isNull()) return;
-    earliestPossibleEnd_ = KSDateTime();
-    _needsSchedulingRecomputation();
-    if (KSTask* p = parentTask()) {
-        p->invalidateEarliestPossibleEnd();
-    } else {
-        invalidateAbsoluteEndLimit();
-        invalidateCurrentEndLimit();
-    }
-    forEachActiveDependent(dependents_, [](KSTask& t) { t.invalidateAbsoluteStartLimit(); });
-}
-
-void KSTask::invalidateLatestPossibleStart() {
-    if (latestPossibleStart_.isNull()) return;
-    latestPossibleStart_ = KSDateTime();
-    _needsSchedulingRecomputation();
-    if (KSTask* p = parentTask()) {
-        p->invalidateLatestPossibleStart();
-    } else {
-        invalidateAbsoluteStartLimit();
-        invalidateCurrentStartLimit();
-    }
-    // The link's dependent is this task itself: the prerequisite's own limit stays.
-    for (const auto& link : std::vector<std::shared_ptr<KSDependency>>(prerequisites_)) {
-        if (link->isActive() && link->dependent()) link->dependent()->invalidateAbsoluteEndLimit();
-    }
-}
-
-void KSTask::invalidateCurrentStartLimit() {
-    if (currentStartLimit_.isNull()) return;
-    currentStartLimit_ = KSDateTime();
-    currentStartLimitExcludingOppositeScheduling_ = KSDateTime();
-    _needsSchedulingRecomputation();
-    KSTaskList children;
-    _childrenTasks(children);
-    for (const auto& child : children)
-        child->invalidateCurrentStartLimit();
-    if (!_planHasFixedEndDate() && (isAsSoonAsPossible() || isHammockTask())) invalidateStartDate();
-}
-
-void KSTask::invalidateCurrentEndLimit() {
-    if (currentEndLimit_.isNull()) return;
-    currentEndLimit_ = KSDateTime();
-    _needsSchedulingRecomputation();
-    KSTaskList children;
-    _childrenTasks(children);
-    for (const auto& child : children)
-        child->invalidateCurrentEndLimit();
-    if (_planHasFixedEndDate() && (isAsLateAsPossible() || isHammockTask())) invalidateEndDate();
-}
-
-void KSTask::_postWillInvalidateDates() {
-    if (_isGroupTask() || flags_.alreadySentDatesChangedNotification) return;
-    KSNotificationCenter::defaultCenter().postNotificationName(
-        KSTaskWillInvalidateDatesNotification, this);
-}
-
-void KSTask::invalidateStartDate() {
-    uncompletedStartDate_ = KSDateTime();
-    if (startDate_.isNull()) return;
-    _postWillInvalidateDates();
-    const bool nested = flags_.alreadySentDatesChangedNotification;
-    flags_.alreadySentDatesChangedNotification = 1;
-    startDate_ = KSDateTime();
-    _needsSchedulingRecomputation();
-    performSplitRejoining();
-    for (const auto& link : std::vector<std::shared_ptr<KSDependency>>(prerequisites_)) {
-        if (link->isActive() && link->prerequisite())
-            link->prerequisite()->invalidateCurrentEndLimit();
-    }
-    if (isAsSoonAsPossible()) invalidateEndDate();
-    if (KSTask* p = parentTask()) p->invalidateStartDate();
-    flags_.alreadySentDatesChangedNotification = nested;
-}
-
-void KSTask::invalidateEndDate() {
-    if (endDate_.isNull()) return;
-    _postWillInvalidateDates();
-    const bool nested = flags_.alreadySentDatesChangedNotification;
-    flags_.alreadySentDatesChangedNotification = 1;
-    endDate_ = KSDateTime();
-    _needsSchedulingRecomputation();
-    performSplitRejoining();
-    forEachActiveDependent(dependents_, [](KSTask& t) { t.invalidateCurrentStartLimit(); });
-    if (isAsLateAsPossible()) invalidateStartDate();
-    if (KSTask* p = parentTask()) p->invalidateEndDate();
-    flags_.alreadySentDatesChangedNotification = nested;
-}
-
-void KSTask::invalidateAllDates() {
-    if ((!startDate_.isNull() || !endDate_.isNull()) && !_isGroupTask()) {
-        KSNotificationCenter::defaultCenter().postNotificationName(
-            KSTaskWillInvalidateDatesNotification, this);
-    }
-    flags_.absoluteStartLimitDidChange = 1;
-    flags_.absoluteEndLimitDidChange = 1;
-    // The leveling validity flags stay: a valid limit reads as null until a narrower
-    // invalidation clears them.
-    for (KSDateTime* cache : {&levelingStartLimit_, &levelingEndLimit_, &absoluteStartLimit_,
-                              &earliestPossibleEnd_, &latestPossibleStart_, &absoluteEndLimit_,
-                              &currentStartLimit_, &currentStartLimitExcludingOppositeScheduling_,
-                              &currentEndLimit_, &endDate_, &startDate_, &uncompletedStartDate_}) {
-        *cache = KSDateTime();
-    }
-    KSTaskList children;
-    _childrenTasks(children);
-    for (const auto& child : children)
-        child->invalidateAllDates();
-    if (KSTask* p = parentTask()) {
-        p->invalidateStartDate();
-        p->invalidateEndDate();
-    }
-    _needsSchedulingRecomputation();
-    performSplitRejoining();
-}
-
-// --- Edit cycle
-// ------------------------------------------------------------------------------------
-
-void KSTask::_needsSchedulingRecomputation() {
-    KSScenario* owner = scenario();
-    if (!owner || flags_.willRevalidateSchedule) return;
-    flags_.willRevalidateSchedule = 1;
-    owner->taskNeedsSchedulingRecomputation(*this);
-}
-
-void KSTask::_recomputeScheduling() {
-    KSScenario* owner = scenario();
-    if (!owner) return;
-    startDate();
-    endDate();
-    currentStartLimit();
-    currentEndLimit();
-    earliestPossibleEnd();
-    latestPossibleStart();
-    absoluteStartLimit();
-    absoluteEndLimit();
-    if (isHammockTask()) {
-        // A hammock's effort is the result of its dates.
-        KSUndoManager* um = undoManager();
-        if (um) um->disableUndoRegistration();
-        _setEffortBasedOnEndDate(endDate());
-        if (um) um->enableUndoRegistration();
-    }
-    _announceDatesAfterRecompute();
-    flags_.willRevalidateSchedule = 0;
-    if (owner->rootTask().get() == this) {
-        owner->willChangeValueForKey("startDate");
-        owner->didChangeValueForKey("startDate");
-        owner->willChangeValueForKey("endDate");
-        owner->didChangeValueForKey("endDate");
-    }
-    removeIssuesOfKind(KSIssue::schedulingIssueKind());
-}
-
-void KSTask::_announceDatesAfterRecompute() {
-    // The announcements follow the change: a signal to re-read.
-    static const char* const keys[] = {
-        "startDate",          "endDate",          "currentStartLimit", "currentEndLimit",
-        "absoluteStartLimit", "absoluteEndLimit", "freeSlack",         "totalSlack"};
-    for (const char* key : keys) {
-        willChangeValueForKey(key);
-        didChangeValueForKey(key);
-    }
-}
-
-void KSTask::flushQueuedChanges() {
-    if (KSScenario* owner = scenario()) owner->recomputeSchedulingForTasks();
-}
-
-void KSTask::undoGroupDidOpen() {
-    flags_.delayingSplitRejoining = 1;
-}
-
-void KSTask::undoGroupWillClose() {
-    if (scenario()) enableSplitRejoining();
-}
-
-// --- Leveling
-// ---------------------------------------------------------------------------------------
-
-void KSTask::clearLevelingForTasks(const KSTaskPointerSet* tasks) {
-    KSTask* p = parentTask();
-    bool acts = !tasks || tasks->count(this) || (flags_.isSplitChunk && p && tasks->count(p));
-    if (acts) {
-        if (completed() < 1.0 && !resourceLeveledDate_.isNull())
-            setResourceLeveledDate(KSDateTime());
-        removeIssuesOfKind(KSIssue::levelingIssueKind());
-    }
-    KSTaskList children;
-    _childrenTasks(children);
-    for (const auto& child : children)
-        child->clearLevelingForTasks(tasks);
+void KSTask::setUncompletedStartDate(const KSDateTime& date) {
+    setEffortDone(effortDoneForUncompletedStartDate(date));
 }
 
 }  // namespace kestrum

@@ -105,6 +105,7 @@ void KSTask::_internalChangeEffort(double effort) {
         invalidateStartDate();
     else
         invalidateEndDate();
+    _invalidateLimitsReadingLength();
 }
 
 void KSTask::setEffortRemaining(double remaining) {

@@ -230,7 +230,8 @@ bool KSTask::canBecomeHammock() const {
     bool toStart = false;
     bool toEnd = false;
     for (const auto& link : prerequisites_) {
-        if (link->kind() == KSDependencyKindSS || link->kind() == KSDependencyKindFS)
+        KSDependencyKind kind = link->dependencyKind();
+        if (kind == KSDependencyStartToStart || kind == KSDependencyFinishToStart)
             toStart = true;
         else
             toEnd = true;
@@ -712,64 +713,7 @@ void KSTask::countIssues(int* errors, int* warnings) const {
         countOf(*issue, errors, warnings);
 }
 
-// --- Links and assignments
-// ------------------------------------------------------------------------
-
-void KSTask::_addPrerequisite(const std::shared_ptr<KSDependency>& link) {
-    if (std::find(prerequisites_.begin(), prerequisites_.end(), link) != prerequisites_.end())
-        return;
-    willChangeValueForKey("prerequisites");
-    prerequisites_.push_back(link);
-    didChangeValueForKey("prerequisites");
-    prerequisiteLinkDidChange(*link);
-}
-
-void KSTask::_addDependent(const std::shared_ptr<KSDependency>& link) {
-    if (std::find(dependents_.begin(), dependents_.end(), link) != dependents_.end()) return;
-    willChangeValueForKey("dependents");
-    dependents_.push_back(link);
-    didChangeValueForKey("dependents");
-    dependentLinkDidChange(*link);
-}
-
-void KSTask::_removePrerequisite(const KSDependency& link) {
-    auto it = std::find_if(prerequisites_.begin(), prerequisites_.end(),
-                           [&](const auto& l) { return l.get() == &link; });
-    if (it == prerequisites_.end()) return;
-    std::shared_ptr<KSDependency> keep = *it;
-    willChangeValueForKey("prerequisites");
-    prerequisites_.erase(it);
-    didChangeValueForKey("prerequisites");
-    invalidateAbsoluteStartLimit();
-    invalidateCurrentStartLimit();
-}
-
-void KSTask::_removeDependent(const KSDependency& link) {
-    auto it = std::find_if(dependents_.begin(), dependents_.end(),
-                           [&](const auto& l) { return l.get() == &link; });
-    if (it == dependents_.end()) return;
-    std::shared_ptr<KSDependency> keep = *it;
-    willChangeValueForKey("dependents");
-    dependents_.erase(it);
-    didChangeValueForKey("dependents");
-    dependentLinkDidChange(link);
-}
-
-void KSTask::prerequisiteLinkDidChange(const KSDependency&) {
-    invalidateAbsoluteStartLimit();
-    invalidateCurrentStartLimit();
-    performSplitRejoining();
-}
-
-void KSTask::dependentLinkDidChange(const KSDependency&) {
-    invalidateAbsoluteEndLimit();
-    invalidateCurrentEndLimit();
-}
-
-void KSTask::recheckDependencies() {
-    // Loop detection belongs to the link checker; here only the flag is kept.
-    flags_.needToRecheckDependencies = 1;
-}
+// --- Assignments --------------------------------------------------------------------------------
 
 void KSTask::_removeAllAssignments() {
     if (assignments_.empty()) return;

@@ -14,8 +14,11 @@
 //
 // The class is large and split by concern over several sources: KSTask.cpp (fields,
 // text, status, order), -Types (type changes), -Hierarchy (children, roll-up, gathering,
-// joining and leaving a plan), -Numbering, -Effort (effort and progress), -Dates
-// (caches, invalidations, recomputation), -Locks (locks and constraints), -Split, -Copy.
+// joining and leaving a plan), -Numbering, -Effort (effort and progress), -Dates (the
+// rules of each date, slack), -Evaluation (the date getters and their work list),
+// -Invalidation (the invalidation walks), -Scheduling (schedule type, date setters,
+// recomputation), -Links (the task's side of its links), -Loops (dependency loops),
+// -Locks (locks and constraints), -Split, -Copy.
 //
 //   auto group = std::make_shared<KSTask>();
 //   scenario->rootTask()->addChildTask(group);
@@ -42,12 +45,15 @@ class HLStyle;
 class KSAssignment;
 class KSCriticalPath;
 class KSDependency;
+class KSDependencyLoopError;
+enum KSDependencyKind : std::int32_t;
 class KSIssue;
 class KSScheduling;
 class KSTask;
 
 using KSTaskList = std::vector<std::shared_ptr<KSTask>>;
 using KSTaskPointerSet = std::unordered_set<const KSTask*>;
+using KSDependencyList = std::vector<std::shared_ptr<KSDependency>>;
 
 // Posted before a task's cached dates are cleared; object: the task.
 extern const char* const KSTaskWillInvalidateDatesNotification;
@@ -382,35 +388,120 @@ public:
     KSValue effortRemainingNumber() const;
     void setEffortRemainingNumber(const KSValue& value);
 
-    // --- Dates (KSTask-Dates.cpp) -------------------------------------------------------
-    // The stored schedule type; a group follows the plan's anchor.
+    // --- Schedule type (KSTask-Scheduling.cpp) -------------------------------------------
+    // The stored schedule type; a group follows the plan's anchor (ALAP at a fixed end).
     KSScheduleType scheduleType() const;
+    // Undoable; passed down to children, and clears the leveled date.
     void setScheduleType(KSScheduleType type);
     bool isAsSoonAsPossible() const { return scheduleType() == scheduleTypeASAP; }
     bool isAsLateAsPossible() const { return scheduleType() == scheduleTypeALAP; }
+    // The schedule type for cells; null on a group.
+    KSValue scheduleTypeNumber() const;
+    // A null value is ignored. On a group the cell is told to read empty again on the
+    // next pass of the event loop.
+    void setScheduleTypeNumber(const KSValue& number);
+    void _swapScheduleTypeNumberBackToNil();
+
+    // --- Dates (KSTask-Dates.cpp) -----------------------------------------------------------
+    // Every date is a cache filled on reading (KSTask-Evaluation.cpp) by the rules here.
+    // Reading is safe at any time and computes only what was invalidated; a task outside
+    // a plan is dated from the generic start.
     KSDateTime startDate();
     KSDateTime endDate();
+    // How far the task could move given its neighbours' present dates.
     KSDateTime currentStartLimit();
     KSDateTime currentEndLimit();
-    KSDateTime absoluteStartLimit();
-    KSDateTime absoluteEndLimit();
+    // The start limit with (true) or without (false) the hold of leveled dates, here and
+    // up the tree and links; both forms are cached.
+    KSDateTime _computeCurrentStartLimitIncludingOppositeScheduling(bool includeOpposite);
+    KSDateTime _computeCurrentStartLimitIgnoringDependenciesIncludingOppositeScheduling(
+        bool includeOpposite);
+    KSDateTime _computeCurrentStartLimitIgnoringDependencies();
+    // The end limit; the form without opposite scheduling is not cached.
+    KSDateTime _computeCurrentEndLimitIncludingOppositeScheduling(bool includeOpposite);
+    KSDateTime _computeCurrentEndLimitIgnoringDependenciesIncludingOppositeScheduling(
+        bool includeOpposite);
+    KSDateTime _computeCurrentEndLimitIgnoringDependencies();
+    // How far the task could move if every neighbour moved too (critical-path limits).
+    KSDateTime absoluteStartLimit() { return absoluteStartLimitForCriticalPath(nullptr); }
+    KSDateTime absoluteEndLimit() { return absoluteEndLimitForCriticalPath(nullptr); }
+    // The same in a critical path's own cache; null `path` means the task's caches.
+    KSDateTime absoluteStartLimitForCriticalPath(KSCriticalPath* path);
+    KSDateTime absoluteEndLimitForCriticalPath(KSCriticalPath* path);
+    // The end reached from the absolute start limit, and the start reached back from the
+    // absolute end limit (over all children for a group).
+    KSDateTime endForAbsoluteStartLimitForCriticalPath(KSCriticalPath* path);
+    KSDateTime startForAbsoluteEndLimitForCriticalPath(KSCriticalPath* path);
     KSDateTime earliestPossibleEnd();
     KSDateTime latestPossibleStart();
-    KSDateTime uncompletedStartDate();
+    // What resource leveling may not cross; null means no bound (and is cached as such).
+    KSDateTime levelingStartLimit();
+    KSDateTime levelingEndLimit();
+    KSDateTime levelingEarliestPossibleEnd();
+    KSDateTime levelingLastPossibleStart();
+    // How far leveling may move the task in its own direction; null for no bound.
+    KSDateTime levelingLimit();
+    // Where leveling starts looking for a place; null against the plan's direction.
+    KSDateTime levelingBeginningPoint();
+    bool _couldBeSplitForRescheduleDuringLeveling() const;
+    // What holds a stuck task's end: tasks and links (KSTask or KSDependency), from the
+    // task outward.
+    std::vector<std::shared_ptr<KSBaseObject>> chainCausingAbsoluteEndLimit();
+    KSTask* _childWithEarliestLevelingEndLimit();
+    // The leveled position: a start in a fixed-start plan, an end in a fixed-end plan.
+    const KSDateTime& resourceLeveledDate() const { return resourceLeveledDate_; }
+    // Only a task with assignments keeps one; clears the delay with a null date.
+    void setResourceLeveledDate(const KSDateTime& date);
+    KSDateTime resourceLeveledStartDate();
+    KSDateTime resourceLeveledEndDate();
+    // Seconds of working time by which leveling moved the task.
+    double resourceLevelingDelay() const { return resourceLevelingDelay_; }
+    // `date` held back by the leveled date, updating the delay.
+    KSDateTime _adjustStartForResourceLeveledDate(const KSDateTime& date);
+    KSDateTime _adjustEndForResourceLeveledDate(const KSDateTime& date);
     // The task's own conversions between its ends through its schedule.
     KSDateTime endDateForStartDate(const KSDateTime& start);
     KSDateTime startDateForEndDate(const KSDateTime& end);
     // The work-time arithmetic of the task: its assignments', else the plan's.
     KSScheduling* schedule() const;
-    // The plan's own work time (standard hours until a plan calendar is set).
+    // The plan's own work time: the root resource's schedule (standard hours outside a plan).
     KSScheduling* scenarioSchedule() const;
-    const KSDateTime& resourceLeveledDate() const { return resourceLeveledDate_; }
-    void setResourceLeveledDate(const KSDateTime& date);
-    double resourceLevelingDelay() const { return resourceLevelingDelay_; }
     bool hasAbsoluteStartLimitChanged() const { return flags_.absoluteStartLimitDidChange; }
     bool hasAbsoluteEndLimitChanged() const { return flags_.absoluteEndLimitDidChange; }
     void resetAbsoluteLimitChangeFlags();
-    // Invalidations: clear the cache, mark the task, walk outward; an empty cache stops.
+
+    // --- Slack (KSTask-Dates.cpp), seconds of working time -------------------------------------
+    // Room before a neighbour's present date moves.
+    double freeSlack();
+    // Room before the plan's end (or start) moves.
+    double totalSlack();
+    // Total slack in a critical path's context, floored at 0.
+    double resourceConstrainedTotalSlackForCriticalPath(KSCriticalPath* path);
+
+    // --- Uncompleted work (KSTask-Dates.cpp) ----------------------------------------------------
+    // Where the unfinished rest of the work begins.
+    KSDateTime uncompletedStartDate();
+    // Sets the effort done that puts the rest of the work at `date`.
+    void setUncompletedStartDate(const KSDateTime& date);
+    double effortDoneForUncompletedStartDate(const KSDateTime& date);
+    KSDateTime startDateForUncompletedStartDate(const KSDateTime& date);
+    KSDateTime uncompletedStartDateForStartDate(const KSDateTime& date);
+    // Units times efficiency over the assignments of working resources.
+    double totalUnitEfficiencyAssigned() const;
+
+    // --- Setting dates (KSTask-Scheduling.cpp) ----------------------------------------------
+    // Moves the task by its constraints (ASAP start, ALAP end) or by its effort (the
+    // derived end); "Set Start Date". Null does nothing.
+    void setStartDate(const KSDateTime& date);
+    // The mirror of setStartDate; "Set End Date".
+    void setEndDate(const KSDateTime& date);
+    // Asks for a start: a no-earlier constraint, or a no-later one on the end when the
+    // limits already push the task past `date`.
+    void setDesiredStartDate(const KSDateTime& date);
+
+    // --- Invalidation (KSTask-Invalidation.cpp) -------------------------------------------------
+    // Each clears its cache, marks the task and walks outward; an empty cache stops the
+    // walk. The walks keep their own work list: no recursion along chains of links.
     void invalidateAbsoluteStartLimit();
     void invalidateAbsoluteEndLimit();
     void invalidateEarliestPossibleEnd();
@@ -420,8 +511,11 @@ public:
     void invalidateStartDate();
     void invalidateEndDate();
     void invalidateAllDates();
+    // After a change of length: the limits that read it (through a constraint bound to
+    // the other end, a link, a percentage lead, a neighbouring chunk) or a date it moves.
+    void _invalidateLimitsReadingLength();
 
-    // --- Edit cycle -----------------------------------------------------------------------
+    // --- Edit cycle (KSTask-Scheduling.cpp) ------------------------------------------------
     // Marks the task for recomputation once per cycle (not for prototypes or outside a plan).
     void _needsSchedulingRecomputation();
     // Fills the caches again and announces the dates.
@@ -453,21 +547,100 @@ public:
     void _becomeSplitChunk();
     void _notSplitChunk();
 
-    // --- Links ----------------------------------------------------------------------------
-    const std::vector<std::shared_ptr<KSDependency>>& prerequisites() const {
-        return prerequisites_;
-    }
-    const std::vector<std::shared_ptr<KSDependency>>& dependents() const { return dependents_; }
+    // --- Links (KSTask-Links.cpp) -----------------------------------------------------------
+    const KSDependencyList& prerequisites() const { return prerequisites_; }
+    const KSDependencyList& dependents() const { return dependents_; }
+    // Replaces the links into this task by new ones read from `links` (those whose
+    // prerequisite is allowed); the given objects are removed.
+    void setPrerequisites(const KSDependencyList& links);
+    // Removes every link into this task, last first.
+    void clearPrerequisites();
+    void setDependents(const KSDependencyList& links);
+    void clearDependents();
+    // The first link from (to) `task`, or null.
+    std::shared_ptr<KSDependency> prerequisiteForTask(const KSTask* task) const;
+    std::shared_ptr<KSDependency> dependentForTask(const KSTask* task) const;
+    // Everything this task waits for, through links, ancestors and children.
+    KSTaskPointerSet prerequisiteChain();
+    // The same set as prerequisiteChain (kept so for the tools that ask for it).
+    KSTaskPointerSet dependentChain();
+    // Whether `task` may become a prerequisite of this task: not itself, not inside this
+    // group, not an ancestor, not a chunk of the same split task.
+    bool wouldBeAllowedPrerequisite(const KSTask* task) const;
+    // Whether this task or one below it has a group dependent joined at its end.
+    bool anyGroupsHaveXToFinishDepencencies() const;
+    // The neighbours that hold the task where it is now; null when none does (or when
+    // the task is locked).
+    std::optional<KSTaskList> controllingDependencyTasks();
+    // The list hooks; each announces "prerequisites" or "dependents" and invalidates.
     void _addPrerequisite(const std::shared_ptr<KSDependency>& link);
-    void _addDependent(const std::shared_ptr<KSDependency>& link);
     void _removePrerequisite(const KSDependency& link);
+    void _addDependent(const std::shared_ptr<KSDependency>& link);
     void _removeDependent(const KSDependency& link);
-    // A link into this task was added or changed.
-    void prerequisiteLinkDidChange(const KSDependency& link);
-    // A link out of this task was added, changed or removed.
-    void dependentLinkDidChange(const KSDependency& link);
-    // Checks the links after the tree changed (loops are found by the link checker).
+    // A link into this task is about to change / has changed.
+    void _prerequisiteWillChange(const KSDependency& link);
+    void _prerequisiteDidChange(const KSDependency& link);
+    // A link out of this task has changed.
+    void _dependentDidChange(const KSDependency& link);
+    void _updatePrerequisiteAlignments(const KSDependency& link);
+    // Whether a link into this task binds its end.
+    bool hasEndingPrerequisites() const { return flags_.hasEndingPrerequisites; }
+    // The change-tracked text form of the links into this task ("12FS,7SS+3600").
+    std::optional<std::string> internalPrerequisitesString() const;
+    void setInternalPrerequisitesString(const std::optional<std::string>& text);
+    // Links neighbours of `tasks` in outline order; true when a new link was made.
+    static bool connectTasksWithDependencyKind(const KSTaskList& tasks, KSDependencyKind kind);
+    // Removes every link between members of `tasks`; true when one was.
+    static bool disconnectTasks(const KSTaskList& tasks);
+    // Whether any link joins two members of `tasks`.
+    static bool connectionBetweenTasks(const KSTaskList& tasks);
+
+    // --- Dependency loops (KSTask-Loops.cpp) --------------------------------------------------
+    // A task is two nodes, its start and its end; marks are 0 unvisited, 1 on the path,
+    // 2 finished. The searches keep their own work list.
+    int _dfsStatusStartNode() const;
+    int _dfsStatusEndNode() const;
+    // Clears the marks and traversal links of a search. Marks carry the number of the
+    // search that set them, so clearing starts a new search number: every mark of an
+    // older search reads as clear, in the whole plan at once.
+    void _unmarkRecursively();
+    // Depth-first visits. With `loopDependency` the search stops at the first loop and
+    // stores the link that closed it (or null); without, each loop found is broken.
+    bool _dfsVisitStartFromAbortOnLoop(KSTask* enteringTask, KSDependency** loopDependency);
+    bool _dfsVisitEndFromAbortOnLoop(KSDependency* dependency, KSDependency** loopDependency);
+    // Breaks every loop of the plan, one search per loop (on the root).
+    void _dfsSearch();
+    // Walks back from this task's node to the target node and deactivates the first link.
+    void _foundLoopToStartOfTaskWithDependencyInStartNode(bool toStart, KSTask* task,
+                                                          KSDependency* dependency,
+                                                          bool inStartNode);
+    void _startFollowLoopBackToStartOfTaskForDependencies(bool toStart, KSTask* task,
+                                                          KSDependencyList& dependencies);
+    void _endFollowLoopBackToStartOfTaskForDependencies(bool toStart, KSTask* task,
+                                                        KSDependencyList& dependencies);
+    // Whether `link` into this task would close a loop; the other links of the loop go to
+    // `loop` when given.
+    bool _dependencyWouldCauseDependencyLoop(const KSDependency& link, KSDependencyList* loop);
+    // Turns a link into this task off (undoable) with a loop error; `loop` may be null.
+    void _deactivatePrerequisiteInLoop(const std::shared_ptr<KSDependency>& link,
+                                       const KSDependencyList* loop);
+    // Turns it back on when it is allowed and closes no loop any more (undoable).
+    void _reactivatePrerequisiteInLoop(const std::shared_ptr<KSDependency>& link,
+                                       const KSDependencyList* loop);
+    // The last loop error of this task that holds `link`, or null.
+    std::shared_ptr<KSDependencyLoopError> _loopIssueForDependency(const KSDependency& link) const;
+    void _removeLoopIssueForDependency(const KSDependency& link);
+    void _findNewDependencyLoops();
+    // Tries to reactivate inactive links when the plan has errors.
+    void _findFixedDependencyLoops();
+    void _topDownFindFixedDependencyLoops();
+    // Breaks the loops of a plan just read.
+    void topDownFindDependencyLoops();
+    // After the tree changed around this task: links that became illegal go inactive,
+    // new loops are broken and fixed ones reactivated.
     void recheckDependencies();
+    // Nothing: a plan just read is checked by topDownFindDependencyLoops.
+    void initialLoadCheckDependencies() {}
 
     // --- Assignments ----------------------------------------------------------------------
     const std::vector<std::shared_ptr<KSAssignment>>& assignments() const { return assignments_; }
@@ -550,8 +723,89 @@ private:
     void _unlockBothEnds();
     KSDateTime _normalizedNoEarlierDate();
     KSDateTime _normalizedNoLaterDate();
-    KSDateTime _currentStartLimitIgnoringDependencies();
-    KSDateTime _currentEndLimitIgnoringDependencies();
+    // The anchor date of the plan: the stored one, else the generic start or end.
+    KSDateTime _planFixedDate() const;
+    // Neither group nor split task nor hammock: its ends are one effort apart.
+    bool _isPlainTask() const { return !_isGroupTask() && !isSplitTask_ && !isHammockTask(); }
+    bool _hasLockedDate() const { return !startLockedDate_.isNull() || !endLockedDate_.isNull(); }
+    void _setResourceLevelingDelay(double delay);
+    KSDateTime _startDerivedFromEnd();
+    KSDateTime _emptyGroupDate();
+
+    // --- Date evaluation (KSTask-Evaluation.cpp) ----------------------------------------
+    // The cached dates, one bit each in the evaluation masks.
+    enum class DateQuantity : std::uint8_t {
+        Start,
+        End,
+        CurrentStart,
+        CurrentStartExcluding,
+        CurrentEnd,
+        CurrentEndExcluding,
+        AbsoluteStart,
+        AbsoluteEnd,
+        EarliestEnd,
+        LatestStart,
+        LevelingStart,
+        LevelingEnd,
+    };
+    struct DateNode;
+    bool _hasCachedDate(DateQuantity quantity, KSCriticalPath* path) const;
+    KSDateTime _cachedDate(DateQuantity quantity, KSCriticalPath* path) const;
+    void _storeDate(DateQuantity quantity, KSCriticalPath* path, const KSDateTime& date);
+    // Computes and caches one date. Deep chains of reads are handed to an explicit work
+    // list that fills what the date needs first, so that the stack stays shallow.
+    KSDateTime _evaluateDate(DateQuantity quantity, KSCriticalPath* path);
+    void _prepareDatesIteratively(DateQuantity quantity, KSCriticalPath* path);
+    // Appends the dates that the rule for `quantity` reads and that are not cached yet.
+    void _pushDateDependencies(DateQuantity quantity, KSCriticalPath* path,
+                               std::vector<DateNode>& work);
+    // The rules, reading what they need through the getters.
+    KSDateTime _computeDate(DateQuantity quantity, KSCriticalPath* path);
+    KSDateTime _computeStartDate();
+    KSDateTime _computeEndDate();
+    KSDateTime _computeCurrentStartLimit(bool includeOpposite);
+    KSDateTime _computeCurrentEndLimit(bool includeOpposite);
+    KSDateTime _computeAbsoluteStartLimit(KSCriticalPath* path);
+    KSDateTime _computeAbsoluteEndLimit(KSCriticalPath* path);
+    KSDateTime _computeEarliestPossibleEnd();
+    KSDateTime _computeLatestPossibleStart();
+    KSDateTime _computeLevelingStartLimit();
+    KSDateTime _computeLevelingEndLimit();
+
+    // --- Invalidation walks (KSTask-Invalidation.cpp) -----------------------------------
+    enum class InvalidationWalk : std::uint8_t {
+        AbsoluteStart,
+        AbsoluteEnd,
+        EarliestEnd,
+        LatestStart,
+        CurrentStart,
+        CurrentEnd,
+        Start,
+        End,
+    };
+    struct InvalidationFrame;
+    // Runs one walk and everything it sets off from an explicit work list.
+    void _invalidate(InvalidationWalk walk);
+    // One step of a walk; false when the walk of `frame` is over. A walk it sets off goes
+    // to `next`.
+    bool _invalidationStep(InvalidationFrame& frame, bool fixedEnd, InvalidationFrame& next,
+                           bool& pushNext);
+    // Whether a walk would stop at its first step with nothing to clear or set.
+    bool _invalidationWouldStopAtOnce(InvalidationWalk walk) const;
+
+    // --- Loop search (KSTask-Loops.cpp) --------------------------------------------------
+    struct LoopHit;
+    // The search from one node, with its own work list; see the _dfsVisit... operations.
+    bool _dfsRun(bool startNode, KSTask* enteringTask, KSDependency* dependency, bool abortOnLoop,
+                 LoopHit* hit);
+    // Walks back from a node along the traversal links to the target node, gathering
+    // the links by which end nodes were entered.
+    static void _followLoopBack(KSTask* node, bool inStartNode, bool toStart, KSTask* target,
+                                KSDependencyList& links);
+    // Brings the marks up to the present search (clear when set by an older one).
+    void _refreshLoopMarks();
+    void _enterStartNode(KSTask* enteringTask);
+    void _enterEndNode(KSDependency* dependency);
 
     std::optional<std::string> title_;
     std::int32_t numericalOrder_ = -1;
@@ -565,8 +819,8 @@ private:
     double fixedDuration_ = 0.0;
     double resourceLevelingDelay_ = 0.0;
     KSCriticalPath* nonretainedCriticalPathRoot_ = nullptr;
-    std::vector<std::shared_ptr<KSDependency>> prerequisites_;
-    std::vector<std::shared_ptr<KSDependency>> dependents_;
+    KSDependencyList prerequisites_;
+    KSDependencyList dependents_;
     std::vector<std::shared_ptr<KSAssignment>> assignments_;
     KSDateTime resourceLeveledDate_;
     KSDateTime startLockedDate_;
@@ -595,6 +849,12 @@ private:
     Flags flags_;
     KSTask* nonretainedStartTraversal_ = nullptr;
     KSDependency* nonretainedEndTraversal_ = nullptr;
+    // Dates being computed, and dates waiting on the evaluation work list (one bit per
+    // DateQuantity): a rule that reads its own date again gets the empty cache.
+    std::uint16_t datesBeingComputed_ = 0;
+    std::uint16_t datesBeingPrepared_ = 0;
+    // The loop search whose marks the flags hold.
+    std::uint32_t loopSearchNumber_ = 0;
     mutable std::vector<std::shared_ptr<KSIssue>> issues_;
 };
 

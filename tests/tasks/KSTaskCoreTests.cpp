@@ -72,8 +72,10 @@ TEST_F(TaskCoreTest, LeavingThePlanRemovesLinksAndUndoBringsThemBack) {
     auto a = task("A");
     auto b = task("B");
     auto c = task("C");
-    KSDependency::connect(*a, *b, KSDependencyKindFS);
-    KSDependency::connect(*b, *c, KSDependencyKindFS);
+    KSDependency::dependencyWithPrerequisiteAndDependentAndKind(a.get(), b.get(),
+                                                                KSDependencyFinishToStart);
+    KSDependency::dependencyWithPrerequisiteAndDependentAndKind(b.get(), c.get(),
+                                                                KSDependencyFinishToStart);
     drain();
     b->deleteSelf();
     EXPECT_TRUE(a->dependents().empty());
@@ -93,7 +95,8 @@ TEST_F(TaskCoreTest, ALinkPushesItsDependentAndAChangeWalksOutward) {
     auto b = task("B", nullptr, 8.0);
     drain();
     EXPECT_EQ(b->startDate().dayNumber(), a->startDate().dayNumber());
-    KSDependency::connect(*a, *b, KSDependencyKindFS);
+    KSDependency::dependencyWithPrerequisiteAndDependentAndKind(a.get(), b.get(),
+                                                                KSDependencyFinishToStart);
     drain();
     // A ends at the close of its day, so B starts with the next working day.
     EXPECT_EQ(b->startDate().dayNumber(), a->endDate().dayNumber() + 1);

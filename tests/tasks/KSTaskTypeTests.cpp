@@ -72,10 +72,12 @@ TEST_F(TaskTypeTest, AHammockNeedsALinkIntoEachEnd) {
     auto h = task("H");
     h->setTaskType(taskTypeHammock);
     EXPECT_EQ(h->taskType(), taskTypeTask);
-    KSDependency::connect(*before, *h, KSDependencyKindFS);
+    KSDependency::dependencyWithPrerequisiteAndDependentAndKind(before.get(), h.get(),
+                                                                KSDependencyFinishToStart);
     h->setTaskType(taskTypeHammock);
     EXPECT_EQ(h->taskType(), taskTypeTask);
-    KSDependency::connect(*after, *h, KSDependencyKindFF);
+    KSDependency::dependencyWithPrerequisiteAndDependentAndKind(after.get(), h.get(),
+                                                                KSDependencyFinishToFinish);
     EXPECT_TRUE(h->canBecomeHammock());
     h->setIsEndDateLocked(true);
     h->setTaskType(taskTypeHammock);
@@ -86,7 +88,8 @@ TEST_F(TaskTypeTest, AHammockNeedsALinkIntoEachEnd) {
 TEST_F(TaskTypeTest, BecomingAGroupDropsLocksEffortAndLinksIntoTheEnd) {
     auto other = task("Other");
     auto t = task("T", nullptr, 6.0);
-    auto link = KSDependency::connect(*other, *t, KSDependencyKindFF);
+    auto link = KSDependency::dependencyWithPrerequisiteAndDependentAndKind(
+        other.get(), t.get(), KSDependencyFinishToFinish);
     t->setIsEndDateLocked(true);
     t->setCompleted(0.5);
     ASSERT_EQ(root().effort(), 14 * kHour);

@@ -1,0 +1,441 @@
+// KSTask: the invalidation walks.
+//
+// An invalidation clears one cache, marks the task for the scenario's next recomputation
+// and sets off further invalidations along fixed rules: up to the parent, down to the
+// children, along active links. An already empty cache stops a walk, since nothing
+// computed can hang from it; that bounds a walk to what had been computed.
+//
+// A change of effort reaches the root through the earliest end and latest start walks,
+// and from there clears the limits of every task: that walk is what refreshes the dates
+// that read a neighbour's length without a link of their own to it (a constraint bound
+// to the task's own end, the chunk after a chunk).
+//
+// The walks run from an explicit work list of frames, one per invalidation under way, in
+// exactly the order a recursive reading of the rules gives (a walk set off by another
+// runs to its end before the one that set it off goes on). So a chain of thousands of
+// linked tasks costs no stack, and the will-invalidate notice goes out once per task
+// and outer walk, as the flag alreadySentDatesChangedNotification intends.
+#include "Model/project/KSScenario.h"
+#include "Model/tasks/KSDependency.h"
+#include "Model/tasks/KSTask.h"
+#include "Platform/core/KSNotificationCenter.h"
+
+namespace kestrum {
+
+struct KSTask::InvalidationFrame {
+    KSTask* task;
+    InvalidationWalk walk;
+    std::uint8_t step;
+    bool savedNotice;
+    std::size_t index;
+};
+
+namespace {
+
+// The next active link at or after `index` whose `end` task exists; advances `index`
+// past it. Null when none is left.
+KSTask* nextLinkedTask(const KSDependencyList& links, std::size_t& index, bool toDependent) {
+    while (index < links.size()) {
+        const KSDependency& link = *links[index++];
+        KSTask* task = toDependent ? link.dependent() : link.prerequisite();
+        if (link.isActive() && task) return task;
+    }
+    return nullptr;
+}
+
+KSTask* nextChild(const KSTask& task, std::size_t& index) {
+    if (!task.children() || index >= task.children()->size()) return nullptr;
+    return static_cast<KSTask*>((*task.children())[index++].get());
+}
+
+}  // namespace
+
+void KSTask::invalidateAbsoluteStartLimit() {
+    _invalidate(InvalidationWalk::AbsoluteStart);
+}
+void KSTask::invalidateAbsoluteEndLimit() {
+    _invalidate(InvalidationWalk::AbsoluteEnd);
+}
+void KSTask::invalidateEarliestPossibleEnd() {
+    _invalidate(InvalidationWalk::EarliestEnd);
+}
+void KSTask::invalidateLatestPossibleStart() {
+    _invalidate(InvalidationWalk::LatestStart);
+}
+void KSTask::invalidateCurrentStartLimit() {
+    _invalidate(InvalidationWalk::CurrentStart);
+}
+void KSTask::invalidateCurrentEndLimit() {
+    _invalidate(InvalidationWalk::CurrentEnd);
+}
+void KSTask::invalidateStartDate() {
+    _invalidate(InvalidationWalk::Start);
+}
+void KSTask::invalidateEndDate() {
+    _invalidate(InvalidationWalk::End);
+}
+
+void KSTask::_invalidate(InvalidationWalk walk) {
+    // One list per thread; a walk started from inside another (a notice observer, split
+    // rejoining) works above the frames of the one it interrupted.
+    thread_local std::vector<InvalidationFrame> frames;
+    const std::size_t base = frames.size();
+    const bool fixedEnd = _planHasFixedEndDate();
+    frames.push_back(InvalidationFrame{this, walk, 0, false, 0});
+    while (frames.size() > base) {
+        const std::size_t top = frames.size() - 1;
+        InvalidationFrame frame = frames[top];
+        InvalidationFrame next{};
+        bool pushNext = false;
+        bool goesOn = frame.task->_invalidationStep(frame, fixedEnd, next, pushNext);
+        // The step may have run nested walks; they have all ended, so `top` is still the top.
+        if (!goesOn) {
+            frames.pop_back();
+            continue;
+        }
+        frames[top] = frame;
+        if (pushNext) frames.push_back(next);
+    }
+}
+
+bool KSTask::_invalidationWouldStopAtOnce(InvalidationWalk walk) const {
+    switch (walk) {
+        case InvalidationWalk::EarliestEnd:
+            return earliestPossibleEnd_.isNull();
+        case InvalidationWalk::LatestStart:
+            return latestPossibleStart_.isNull();
+        case InvalidationWalk::CurrentStart:
+            return currentStartLimit_.isNull();
+        case InvalidationWalk::CurrentEnd:
+            return currentEndLimit_.isNull();
+        case InvalidationWalk::End:
+            return endDate_.isNull();
+        case InvalidationWalk::Start:
+            return startDate_.isNull() && uncompletedStartDate_.isNull();
+        case InvalidationWalk::AbsoluteStart:
+            return absoluteStartLimit_.isNull() && flags_.absoluteStartLimitDidChange &&
+                   !flags_.levelingStartLimitIsValid && levelingStartLimit_.isNull();
+        case InvalidationWalk::AbsoluteEnd:
+            return absoluteEndLimit_.isNull() && flags_.absoluteEndLimitDidChange &&
+                   !flags_.levelingEndLimitIsValid && levelingEndLimit_.isNull();
+    }
+    return false;
+}
+
+void KSTask::_postWillInvalidateDates() {
+    if (_isGroupTask() || flags_.alreadySentDatesChangedNotification) return;
+    KSNotificationCenter::defaultCenter().postNotificationName(
+        KSTaskWillInvalidateDatesNotification, this);
+}
+
+bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, InvalidationFrame& next,
+                               bool& pushNext) {
+    // Sets off a walk; one that would stop at once, doing nothing, needs no frame. True
+    // when a frame is to be pushed.
+    auto tryToSetOff = [&](KSTask* task, InvalidationWalk walk) {
+        if (task->_invalidationWouldStopAtOnce(walk)) return false;
+        next = InvalidationFrame{task, walk, 0, false, 0};
+        pushNext = true;
+        return true;
+    };
+    auto setOff = [&](KSTask* task, InvalidationWalk walk) {
+        tryToSetOff(task, walk);
+        return true;
+    };
+    auto toStep = [&](std::uint8_t step) {
+        frame.step = step;
+        frame.index = 0;
+    };
+    switch (frame.walk) {
+        case InvalidationWalk::AbsoluteStart:
+            switch (frame.step) {
+                case 0:
+                    // These run even when the walk stops here.
+                    flags_.absoluteStartLimitDidChange = 1;
+                    levelingStartLimit_ = KSDateTime();
+                    flags_.levelingStartLimitIsValid = 0;
+                    if (absoluteStartLimit_.isNull()) return false;
+                    absoluteStartLimit_ = KSDateTime();
+                    _needsSchedulingRecomputation();
+                    toStep(1);
+                    return setOff(this, InvalidationWalk::EarliestEnd);
+                case 1:
+                    while (KSTask* child = nextChild(*this, frame.index)) {
+                        if (tryToSetOff(child, InvalidationWalk::AbsoluteStart)) return true;
+                    }
+                    toStep(2);
+                    return true;
+                case 2:
+                    while (KSTask* after = nextLinkedTask(dependents_, frame.index, true)) {
+                        if (tryToSetOff(after, InvalidationWalk::AbsoluteStart)) return true;
+                    }
+                    toStep(3);
+                    if (fixedEnd && (isAsSoonAsPossible() || isHammockTask()))
+                        return setOff(this, InvalidationWalk::Start);
+                    return true;
+                default:
+                    return false;
+            }
+        case InvalidationWalk::AbsoluteEnd:
+            switch (frame.step) {
+                case 0:
+                    flags_.absoluteEndLimitDidChange = 1;
+                    levelingEndLimit_ = KSDateTime();
+                    flags_.levelingEndLimitIsValid = 0;
+                    if (absoluteEndLimit_.isNull()) return false;
+                    absoluteEndLimit_ = KSDateTime();
+                    _needsSchedulingRecomputation();
+                    toStep(1);
+                    return setOff(this, InvalidationWalk::LatestStart);
+                case 1:
+                    while (KSTask* child = nextChild(*this, frame.index)) {
+                        if (tryToSetOff(child, InvalidationWalk::AbsoluteEnd)) return true;
+                    }
+                    // No links are walked on this side: no mirror of the start side's step.
+                    toStep(2);
+                    if (!fixedEnd && (isAsLateAsPossible() || isHammockTask()))
+                        return setOff(this, InvalidationWalk::End);
+                    return true;
+                default:
+                    return false;
+            }
+        case InvalidationWalk::EarliestEnd:
+            switch (frame.step) {
+                case 0:
+                    if (earliestPossibleEnd_.isNull()) return false;
+                    earliestPossibleEnd_ = KSDateTime();
+                    _needsSchedulingRecomputation();
+                    if (KSTask* p = parentTask()) {
+                        toStep(2);
+                        return setOff(p, InvalidationWalk::EarliestEnd);
+                    }
+                    toStep(1);
+                    return setOff(this, InvalidationWalk::AbsoluteEnd);
+                case 1:
+                    toStep(2);
+                    return setOff(this, InvalidationWalk::CurrentEnd);
+                case 2:
+                    while (KSTask* after = nextLinkedTask(dependents_, frame.index, true)) {
+                        if (tryToSetOff(after, InvalidationWalk::AbsoluteStart)) return true;
+                    }
+                    return false;
+                default:
+                    return false;
+            }
+        case InvalidationWalk::LatestStart:
+            switch (frame.step) {
+                case 0:
+                    if (latestPossibleStart_.isNull()) return false;
+                    latestPossibleStart_ = KSDateTime();
+                    _needsSchedulingRecomputation();
+                    if (KSTask* p = parentTask()) {
+                        toStep(2);
+                        return setOff(p, InvalidationWalk::LatestStart);
+                    }
+                    toStep(1);
+                    return setOff(this, InvalidationWalk::AbsoluteStart);
+                case 1:
+                    toStep(2);
+                    return setOff(this, InvalidationWalk::CurrentStart);
+                case 2:
+                    // For each active link into this task, the link's dependent: this task
+                    // itself, not the prerequisite. After the first such walk the others
+                    // find the limit empty and stop, so one walk does for all of them.
+                    toStep(3);
+                    if (nextLinkedTask(prerequisites_, frame.index, true))
+                        return setOff(this, InvalidationWalk::AbsoluteEnd);
+                    return false;
+                default:
+                    return false;
+            }
+        case InvalidationWalk::CurrentStart:
+            switch (frame.step) {
+                case 0:
+                    // The excluding twin is not looked at: an empty limit stops the walk.
+                    if (currentStartLimit_.isNull()) return false;
+                    currentStartLimit_ = KSDateTime();
+                    currentStartLimitExcludingOppositeScheduling_ = KSDateTime();
+                    _needsSchedulingRecomputation();
+                    toStep(1);
+                    return true;
+                case 1:
+                    while (KSTask* child = nextChild(*this, frame.index)) {
+                        if (tryToSetOff(child, InvalidationWalk::CurrentStart)) return true;
+                    }
+                    toStep(2);
+                    if (!fixedEnd && (isAsSoonAsPossible() || isHammockTask()))
+                        return setOff(this, InvalidationWalk::Start);
+                    return true;
+                default:
+                    return false;
+            }
+        case InvalidationWalk::CurrentEnd:
+            switch (frame.step) {
+                case 0:
+                    if (currentEndLimit_.isNull()) return false;
+                    currentEndLimit_ = KSDateTime();
+                    _needsSchedulingRecomputation();
+                    toStep(1);
+                    return true;
+                case 1:
+                    while (KSTask* child = nextChild(*this, frame.index)) {
+                        if (tryToSetOff(child, InvalidationWalk::CurrentEnd)) return true;
+                    }
+                    toStep(2);
+                    if (fixedEnd && (isAsLateAsPossible() || isHammockTask()))
+                        return setOff(this, InvalidationWalk::End);
+                    return true;
+                default:
+                    return false;
+            }
+        case InvalidationWalk::Start:
+            switch (frame.step) {
+                case 0:
+                    uncompletedStartDate_ = KSDateTime();
+                    if (startDate_.isNull()) return false;
+                    _postWillInvalidateDates();
+                    frame.savedNotice = flags_.alreadySentDatesChangedNotification;
+                    flags_.alreadySentDatesChangedNotification = 1;
+                    startDate_ = KSDateTime();
+                    _needsSchedulingRecomputation();
+                    performSplitRejoining();
+                    toStep(1);
+                    return true;
+                case 1:
+                    while (KSTask* before = nextLinkedTask(prerequisites_, frame.index, false)) {
+                        if (tryToSetOff(before, InvalidationWalk::CurrentEnd)) return true;
+                    }
+                    toStep(2);
+                    if (isAsSoonAsPossible()) return setOff(this, InvalidationWalk::End);
+                    return true;
+                case 2:
+                    toStep(3);
+                    if (KSTask* p = parentTask()) return setOff(p, InvalidationWalk::Start);
+                    return true;
+                default:
+                    flags_.alreadySentDatesChangedNotification = frame.savedNotice;
+                    return false;
+            }
+        case InvalidationWalk::End:
+            switch (frame.step) {
+                case 0:
+                    if (endDate_.isNull()) return false;
+                    _postWillInvalidateDates();
+                    frame.savedNotice = flags_.alreadySentDatesChangedNotification;
+                    flags_.alreadySentDatesChangedNotification = 1;
+                    endDate_ = KSDateTime();
+                    _needsSchedulingRecomputation();
+                    performSplitRejoining();
+                    toStep(1);
+                    return true;
+                case 1:
+                    while (KSTask* after = nextLinkedTask(dependents_, frame.index, true)) {
+                        if (tryToSetOff(after, InvalidationWalk::CurrentStart)) return true;
+                    }
+                    toStep(2);
+                    if (isAsLateAsPossible()) return setOff(this, InvalidationWalk::Start);
+                    return true;
+                case 2:
+                    toStep(3);
+                    if (KSTask* p = parentTask()) return setOff(p, InvalidationWalk::End);
+                    return true;
+                default:
+                    flags_.alreadySentDatesChangedNotification = frame.savedNotice;
+                    return false;
+            }
+    }
+    return false;
+}
+
+void KSTask::_invalidateLimitsReadingLength() {
+    // Limits that read this task's length, or a date its length moves, with no walk of
+    // their own to reach them. The plan-wide walk from the root refreshes them too, but
+    // only once the latest start it starts from has been computed again; between two
+    // edits it may not have been.
+    const bool ownEndBound =
+        !noEarlierThanConstraintDate_.isNull() && noEarlierThanEnd_ == KSConstrainedTaskEndEnd;
+    const bool ownStartBound =
+        !noLaterThanConstraintDate_.isNull() && noLaterThanEnd_ == KSConstrainedTaskEndStart;
+    if (ownEndBound || flags_.hasEndingPrerequisites) {
+        invalidateCurrentStartLimit();
+        invalidateAbsoluteStartLimit();
+    }
+    bool readByDependents = ownStartBound;
+    for (std::size_t i = 0; i < dependents_.size(); ++i) {
+        const KSDependency& link = *dependents_[i];
+        KSTask* after = link.dependent();
+        if (!link.isActive() || !after) continue;
+        if (!link.prerequisiteAlignedToEnd()) readByDependents = true;
+        // The derived end of an early task is walked to its dependents; the derived start
+        // of a late one is not, and a dependent may be joined to it. A lead given as a
+        // share of this task's effort moves with it too.
+        after->invalidateCurrentStartLimit();
+        if (link.leadTimeIsPercentage()) after->invalidateAbsoluteStartLimit();
+    }
+    if (readByDependents) {
+        invalidateCurrentEndLimit();
+        invalidateAbsoluteEndLimit();
+    }
+    // A prerequisite may be joined to this task's moving end.
+    for (std::size_t i = 0; i < prerequisites_.size(); ++i) {
+        const KSDependency& link = *prerequisites_[i];
+        KSTask* before = link.prerequisite();
+        if (!link.isActive() || !before) continue;
+        before->invalidateCurrentEndLimit();
+        before->invalidateAbsoluteEndLimit();
+    }
+    // Chunks of one split task bound each other by their ends.
+    if (KSTask* next = nextSplitChunk()) {
+        next->invalidateCurrentStartLimit();
+        next->invalidateAbsoluteStartLimit();
+    }
+    if (KSTask* previous = previousSplitChunk()) previous->invalidateCurrentEndLimit();
+    // A group converts its constraints through its children's lengths.
+    for (KSTask* group = parentTask(); group; group = group->parentTask()) {
+        if (!group->noEarlierThanConstraintDate_.isNull() &&
+            group->noEarlierThanEnd_ == KSConstrainedTaskEndEnd) {
+            group->invalidateCurrentStartLimit();
+            group->invalidateAbsoluteStartLimit();
+        }
+        if (!group->noLaterThanConstraintDate_.isNull() &&
+            group->noLaterThanEnd_ == KSConstrainedTaskEndStart) {
+            group->invalidateCurrentEndLimit();
+            group->invalidateAbsoluteEndLimit();
+        }
+    }
+}
+
+void KSTask::invalidateAllDates() {
+    if ((!startDate_.isNull() || !endDate_.isNull()) && !_isGroupTask()) {
+        KSNotificationCenter::defaultCenter().postNotificationName(
+            KSTaskWillInvalidateDatesNotification, this);
+    }
+    flags_.absoluteStartLimitDidChange = 1;
+    flags_.absoluteEndLimitDidChange = 1;
+    // The leveling validity flags stay: a valid limit reads as null until a narrower
+    // invalidation clears them.
+    for (KSDateTime* cache : {&levelingStartLimit_, &levelingEndLimit_, &absoluteStartLimit_,
+                              &earliestPossibleEnd_, &latestPossibleStart_, &absoluteEndLimit_,
+                              &currentStartLimit_, &currentStartLimitExcludingOppositeScheduling_,
+                              &currentEndLimit_, &endDate_, &startDate_, &uncompletedStartDate_}) {
+        *cache = KSDateTime();
+    }
+    if (children()) {
+        // Index by index: the list is the tree's own, and a child's walk does not change it.
+        for (std::size_t i = 0; i < countOfChildren(); ++i)
+            static_cast<KSTask&>(*(*children())[i]).invalidateAllDates();
+    }
+    if (KSTask* p = parentTask()) {
+        p->invalidateStartDate();
+        p->invalidateEndDate();
+    }
+    _needsSchedulingRecomputation();
+    performSplitRejoining();
+}
+
+void KSTask::resetAbsoluteLimitChangeFlags() {
+    flags_.absoluteStartLimitDidChange = 0;
+    flags_.absoluteEndLimitDidChange = 0;
+}
+
+}  // namespace kestrum

@@ -1,0 +1,230 @@
+// KSTask: schedule type, the date setters, the leveled date, and recomputation in the
+// scenario's edit cycle.
+#include "Model/engine/KSIssue.h"
+#include "Model/project/KSScenario.h"
+#include "Model/tasks/KSDependency.h"
+#include "Model/tasks/KSTask.h"
+#include "Platform/core/KSNotificationCenter.h"
+#include "Platform/core/KSRunLoop.h"
+#include "Platform/core/KSUndoManager.h"
+
+namespace kestrum {
+
+// --- Schedule type ------------------------------------------------------------------------------
+
+KSScheduleType KSTask::scheduleType() const {
+    // A group follows the plan's anchor.
+    if (_isGroupTask()) return _planHasFixedEndDate() ? scheduleTypeALAP : scheduleTypeASAP;
+    return scheduleType_;
+}
+
+void KSTask::setScheduleType(KSScheduleType type) {
+    if (!_isUndoingOrRedoing() && !flags_.isLoading) {
+        if (flags_.isSplitChunk) {
+            KSTask* next = nextSplitChunk();
+            KSTask* previous = previousSplitChunk();
+            if (type != scheduleTypeASAP) {
+                if (next) {
+                    setNoLaterThanConstraintDate(next->endDate());
+                    setNoLaterThanConstrainedTaskEnd(KSConstrainedTaskEndEnd);
+                }
+                if (previous) setNoLaterThanConstraintDate(KSDateTime());
+            } else {
+                if (previous) {
+                    setNoEarlierThanConstraintDate(previous->startDate());
+                    setNoEarlierThanConstrainedTaskEnd(KSConstrainedTaskEndStart);
+                }
+                // The no-later date is cleared here too, as on the other branch.
+                if (next) setNoLaterThanConstraintDate(KSDateTime());
+            }
+        }
+        if (isSplitTask_) delaySplitRejoining();
+        KSTaskList children;
+        _childrenTasks(children);
+        for (const auto& child : children)
+            child->setScheduleType(type);
+    }
+    if (scheduleType_ == type || children()) return;
+    registerUndo<KSTask>([old = scheduleType_](KSTask& t) { t.setScheduleType(old); });
+    willChangeValueForKey("scheduleType");
+    scheduleType_ = type;
+    didChangeValueForKey("scheduleType");
+    setResourceLeveledDate(KSDateTime());
+    invalidateStartDate();
+    invalidateEndDate();
+}
+
+KSValue KSTask::scheduleTypeNumber() const {
+    if (_isGroupTask()) return KSValue();
+    return KSValue(static_cast<long long>(scheduleType()));
+}
+
+void KSTask::setScheduleTypeNumber(const KSValue& number) {
+    if (number.isNull()) return;
+    setScheduleType(number.intValue() == scheduleTypeALAP ? scheduleTypeALAP : scheduleTypeASAP);
+    if (!_isGroupTask() || weak_from_this().expired()) return;
+    // A group's cell shows no type of its own: it is told to read again once the edit
+    // has passed.
+    std::weak_ptr<KSBaseObject> weak = weak_from_this();
+    KSRunLoop::current().performAfterDelay(
+        sharedFromThis<KSTask>(),
+        [weak] {
+            if (auto self = std::static_pointer_cast<KSTask>(weak.lock()))
+                self->_swapScheduleTypeNumberBackToNil();
+        },
+        0.0);
+}
+
+void KSTask::_swapScheduleTypeNumberBackToNil() {
+    willChangeValueForKey("scheduleTypeNumber");
+    didChangeValueForKey("scheduleTypeNumber");
+}
+
+// --- Setting dates
+// -------------------------------------------------------------------------------- The milestone
+// rows are crosswise on purpose: a milestone is one point, so the date given for its derived side
+// binds the opposite slot.
+
+void KSTask::setStartDate(const KSDateTime& date) {
+    if (date.isNull()) return;
+    if (isAsSoonAsPossible()) {
+        setResourceLeveledDate(KSDateTime());
+        setNoEarlierThanConstraintDate(date);
+        setNoEarlierThanConstrainedTaskEnd(KSConstrainedTaskEndStart);
+    } else if (isMilestone()) {
+        setNoLaterThanConstraintDate(date);
+        setNoLaterThanConstrainedTaskEnd(KSConstrainedTaskEndEnd);
+    } else {
+        // Moving the derived start of an ALAP task changes its effort.
+        _setEffortBasedOnStartDate(date);
+    }
+    if (isStartDateLocked()) setStartLockedDate(startDate());
+    setUndoActionName("Set Start Date");
+}
+
+void KSTask::setEndDate(const KSDateTime& date) {
+    if (date.isNull()) return;
+    if (isAsLateAsPossible()) {
+        setResourceLeveledDate(KSDateTime());
+        setNoLaterThanConstraintDate(date);
+        setNoLaterThanConstrainedTaskEnd(KSConstrainedTaskEndEnd);
+    } else if (isMilestone()) {
+        setNoEarlierThanConstraintDate(date);
+        setNoEarlierThanConstrainedTaskEnd(KSConstrainedTaskEndStart);
+    } else {
+        _setEffortBasedOnEndDate(date);
+    }
+    if (isEndDateLocked()) setEndLockedDate(endDate());
+    setUndoActionName("Set End Date");
+}
+
+void KSTask::setDesiredStartDate(const KSDateTime& date) {
+    if (date.isNull()) return;
+    KSDateTime limit = currentStartLimit();
+    if (!limit.isNull() && limit.compare(date) > 0) {
+        // The limits already hold the task past the date: ask for its end instead.
+        setNoLaterThanConstraintDate(endDateForStartDate(date));
+        setNoLaterThanConstrainedTaskEnd(KSConstrainedTaskEndEnd);
+    } else {
+        setNoEarlierThanConstraintDate(date);
+        setNoEarlierThanConstrainedTaskEnd(KSConstrainedTaskEndStart);
+    }
+}
+
+void KSTask::setResourceLeveledDate(const KSDateTime& date) {
+    KSDateTime value = date;
+    // Only a task with assignments keeps a leveled date.
+    if (!flags_.isLoading && (value.isNull() || !hasAssignments())) value = KSDateTime();
+    if (value.isNull() ? resourceLeveledDate_.isNull() : value.isEqualToDate(resourceLeveledDate_))
+        return;
+    willChangeValueForKey("resourceLeveledDate");
+    registerUndo<KSTask>(
+        [old = resourceLeveledDate_](KSTask& t) { t.setResourceLeveledDate(old); });
+    resourceLeveledDate_ = value;
+    didChangeValueForKey("resourceLeveledDate");
+    if (value.isNull()) _setResourceLevelingDelay(0.0);
+    invalidateAbsoluteEndLimit();
+    invalidateCurrentEndLimit();
+    invalidateAbsoluteStartLimit();
+    invalidateCurrentStartLimit();
+}
+
+void KSTask::clearLevelingForTasks(const KSTaskPointerSet* tasks) {
+    KSTask* p = parentTask();
+    bool acts = !tasks || tasks->count(this) || (flags_.isSplitChunk && p && tasks->count(p));
+    if (acts) {
+        if (completed() < 1.0 && !resourceLeveledDate_.isNull())
+            setResourceLeveledDate(KSDateTime());
+        removeIssuesOfKind(KSIssue::levelingIssueKind());
+    }
+    KSTaskList children;
+    _childrenTasks(children);
+    for (const auto& child : children)
+        child->clearLevelingForTasks(tasks);
+}
+
+// --- Edit cycle
+// -----------------------------------------------------------------------------------
+
+void KSTask::_needsSchedulingRecomputation() {
+    KSScenario* owner = scenario();
+    if (!owner || flags_.willRevalidateSchedule) return;
+    flags_.willRevalidateSchedule = 1;
+    owner->taskNeedsSchedulingRecomputation(*this);
+}
+
+void KSTask::_recomputeScheduling() {
+    KSScenario* owner = scenario();
+    if (!owner) return;
+    startDate();
+    endDate();
+    currentStartLimit();
+    currentEndLimit();
+    earliestPossibleEnd();
+    latestPossibleStart();
+    absoluteStartLimit();
+    absoluteEndLimit();
+    if (isHammockTask()) {
+        // A hammock's effort is the result of its dates.
+        KSUndoManager* um = undoManager();
+        if (um) um->disableUndoRegistration();
+        _setEffortBasedOnEndDate(endDate());
+        if (um) um->enableUndoRegistration();
+    }
+    _announceDatesAfterRecompute();
+    flags_.willRevalidateSchedule = 0;
+    if (owner->rootTask().get() == this) {
+        owner->willChangeValueForKey("startDate");
+        owner->didChangeValueForKey("startDate");
+        owner->willChangeValueForKey("endDate");
+        owner->didChangeValueForKey("endDate");
+    }
+    removeIssuesOfKind(KSIssue::schedulingIssueKind());
+}
+
+void KSTask::_announceDatesAfterRecompute() {
+    // The announcements follow the change: a signal to re-read. A task nobody observes
+    // has nobody to tell (these keys are no tracked attributes).
+    if (observationCount() == 0) return;
+    static const char* const keys[] = {
+        "startDate",          "endDate",          "currentStartLimit", "currentEndLimit",
+        "absoluteStartLimit", "absoluteEndLimit", "freeSlack",         "totalSlack"};
+    for (const char* key : keys) {
+        willChangeValueForKey(key);
+        didChangeValueForKey(key);
+    }
+}
+
+void KSTask::flushQueuedChanges() {
+    if (KSScenario* owner = scenario()) owner->recomputeSchedulingForTasks();
+}
+
+void KSTask::undoGroupDidOpen() {
+    flags_.delayingSplitRejoining = 1;
+}
+
+void KSTask::undoGroupWillClose() {
+    if (scenario()) enableSplitRejoining();
+}
+
+}  // namespace kestrum

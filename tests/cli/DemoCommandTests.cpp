@@ -1,0 +1,93 @@
+// `kestrum demo`, run as a program: its JSON parses and holds the sample plan's tasks and
+// dates; bad arguments give the usage exit code.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <map>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+namespace {
+
+struct ToolRun {
+    std::string output;
+    int exitCode = -1;
+};
+
+ToolRun runTool(const std::string& arguments) {
+    ToolRun run;
+    std::string command = std::string(KESTRUM_TOOL_PATH) + " " + arguments + " 2>/dev/null";
+    FILE* pipe = popen(command.c_str(), "r");
+    if (!pipe) return run;
+    char buffer[4096];
+    std::size_t n;
+    while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0)
+        run.output.append(buffer, n);
+    int status = pclose(pipe);
+    if (WIFEXITED(status)) run.exitCode = WEXITSTATUS(status);
+    return run;
+}
+
+// The sample plan, anchored Monday 3 June 2024 at 08:00, on the standard week.
+TEST(DemoCommandTest, JSONHoldsEveryTaskWithItsDatesAndSlack) {
+    ToolRun run = runTool("demo --json");
+    ASSERT_EQ(run.exitCode, 0);
+    nlohmann::json plan = nlohmann::json::parse(run.output);
+    EXPECT_EQ(plan["start"], "2024-06-03T08:00:00");
+    EXPECT_EQ(plan["end"], "2024-06-25T17:00:00");
+    std::map<std::string, nlohmann::json> byOutline;
+    for (const auto& task : plan["tasks"])
+        byOutline[task["outline"].get<std::string>()] = task;
+    ASSERT_EQ(byOutline.size(), 14u);
+    struct Expected {
+        const char* outline;
+        const char* title;
+        const char* start;
+        const char* end;
+        double slackHours;
+    };
+    const Expected expected[] = {
+        {"1.1", "Requirements", "2024-06-03T08:00:00", "2024-06-04T17:00:00", 0},
+        {"1.2", "Architecture", "2024-06-05T08:00:00", "2024-06-07T17:00:00", 0},
+        {"2.1", "Backend", "2024-06-10T08:00:00", "2024-06-14T17:00:00", 0},
+        // Start to start with a day's lead behind the back end.
+        {"2.2", "Frontend", "2024-06-11T08:00:00", "2024-06-14T17:00:00", 0},
+        {"2.3", "Integration", "2024-06-17T08:00:00", "2024-06-18T17:00:00", 0},
+        {"3.1", "Test plan", "2024-06-05T08:00:00", "2024-06-05T17:00:00", 72},
+        {"3.3", "Fixes", "2024-06-24T08:00:00", "2024-06-25T17:00:00", 0},
+        // Held to Monday 24 June by its constraint.
+        {"4.1", "Documentation", "2024-06-24T08:00:00", "2024-06-25T17:00:00", 0},
+        {"4.2", "Launch", "2024-06-25T17:00:00", "2024-06-25T17:00:00", 0},
+        {"2", "Build", "2024-06-10T08:00:00", "2024-06-18T17:00:00", 40},
+    };
+    for (const Expected& e : expected) {
+        SCOPED_TRACE(e.outline);
+        const nlohmann::json& task = byOutline[e.outline];
+        EXPECT_EQ(task["title"], e.title);
+        EXPECT_EQ(task["start"], e.start);
+        EXPECT_EQ(task["end"], e.end);
+        EXPECT_EQ(task["totalSlack"].get<double>(), e.slackHours * 3600.0);
+    }
+    EXPECT_EQ(byOutline["4.2"]["kind"], "milestone");
+    EXPECT_EQ(byOutline["3"]["kind"], "group");
+}
+
+TEST(DemoCommandTest, TheTableListsTheTasksInOutlineOrder) {
+    ToolRun run = runTool("demo");
+    ASSERT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.output.rfind("#    Task", 0), 0u);
+    EXPECT_NE(run.output.find("2.2    Frontend       2024-06-11T08:00:00  2024-06-14T17:00:00  0h"),
+              std::string::npos);
+    EXPECT_NE(run.output.find("Plan: 2024-06-03T08:00:00 - 2024-06-25T17:00:00"),
+              std::string::npos);
+}
+
+TEST(DemoCommandTest, BadArgumentsAreAUsageError) {
+    EXPECT_EQ(runTool("demo --bogus").exitCode, 2);
+    EXPECT_EQ(runTool("no-such-command").exitCode, 2);
+    EXPECT_EQ(runTool("--version").exitCode, 0);
+}
+
+}  // namespace
