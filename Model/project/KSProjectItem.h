@@ -215,6 +215,10 @@ public:
 protected:
     // Names the open undo group "<format> <type>" ("Move %@" with "Task").
     void setTreeActionName(std::string_view format) const;
+    // The style as stored, without making one on first read (null until then).
+    const std::shared_ptr<HLStyle>& storedStyle() const { return style_; }
+    // Replaces the stored style object; a split chunk shares its parent's.
+    void setStoredStyle(std::shared_ptr<HLStyle> style) { style_ = std::move(style); }
 
 private:
     KSProjectItem* nonretainedParent_ = nullptr;

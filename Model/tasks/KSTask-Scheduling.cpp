@@ -7,6 +7,7 @@
 #include "Platform/core/KSNotificationCenter.h"
 #include "Platform/core/KSRunLoop.h"
 #include "Platform/core/KSUndoManager.h"
+#include "Platform/styles/HLStyle.h"
 
 namespace kestrum {
 
@@ -200,6 +201,31 @@ void KSTask::_recomputeScheduling() {
         owner->didChangeValueForKey("endDate");
     }
     removeIssuesOfKind(KSIssue::schedulingIssueKind());
+    _checkStyle();
+}
+
+void KSTask::_checkStyle() {
+    // A chunk shows as its task: it shares the parent's style object.
+    if (isSplitChunk()) {
+        auto* parentTask = dynamic_cast<KSTask*>(parent());
+        std::shared_ptr<HLStyle> shared = parentTask ? parentTask->style() : nullptr;
+        if (shared && shared != storedStyle()) {
+            willChangeValueForKey("style");
+            setStoredStyle(shared);
+            didChangeValueForKey("style");
+        }
+    }
+    // The status style (completed, past due) follows the dates just computed.
+    std::shared_ptr<HLStyle> current = storedStyle();
+    if (!current || !scenario() || endDate_.isNull()) return;
+    HLStyleList cascade = cascadeStyles();
+    if (cascade == current->cascadeStyles()) return;
+    KSUndoManager* um = undoManager();
+    if (um) um->disableUndoRegistration();
+    willChangeValueForKey("style");
+    current->setCascadeStyles(std::move(cascade));
+    didChangeValueForKey("style");
+    if (um) um->enableUndoRegistration();
 }
 
 void KSTask::_announceDatesAfterRecompute() {

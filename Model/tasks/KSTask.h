@@ -519,6 +519,9 @@ public:
     // Marks the task for recomputation once per cycle (not for prototypes or outside a plan).
     void _needsSchedulingRecomputation();
     // Fills the caches again and announces the dates.
+    // After a scheduling pass: a chunk takes its parent's style object, and a style whose
+    // cascade no longer matches the task's status gets the new cascade (no undo).
+    void _checkStyle();
     virtual void _recomputeScheduling();
     // Settles the plan's dates at once.
     void flushQueuedChanges();

@@ -1,6 +1,7 @@
 // Due status against an injected today.
 #include "PlanBuilder.h"
 #include "Platform/core/KSClock.h"
+#include "Platform/styles/HLStyle.h"
 
 namespace kestrum::test {
 namespace {
@@ -83,6 +84,34 @@ TEST_F(TaskStatusTest, AnOpenMilestoneKeepsItsGroupFromCompletion) {
     gate->setCompleted(1.0);
     EXPECT_EQ(g->completed(), 1.0);
     EXPECT_EQ(g->status(), KSTaskStatusCompleted);
+}
+
+}  // namespace
+}  // namespace kestrum::test
+
+namespace kestrum::test {
+namespace {
+
+// The style's cascade follows the status once a scheduling pass has settled the dates.
+TEST_F(TaskStatusTest, ASchedulingPassMovesTheStyleToTheStatusCascade) {
+    auto t = dueIn(3);
+    drain();
+    auto style = t->style();
+    ASSERT_NE(style, nullptr);
+    EXPECT_EQ(style->cascadeStyles(), HLStyleList{project->standardTaskStyle()});
+
+    t->setEndLockedDate(KSDateTime(kToday - 2, 17 * 3600.0));
+    drain();
+    EXPECT_EQ(t->status(), KSTaskStatusPastDue);
+    EXPECT_EQ(t->style(), style);  // the same style object, with a new cascade
+    EXPECT_EQ(style->cascadeStyles(), HLStyleList{project->overdueTaskStyle()});
+
+    // The cascade swap is bookkeeping, not an edit: undo takes back the lock only, and the
+    // next pass swaps the cascade back.
+    undo().undo();
+    drain();
+    EXPECT_EQ(t->status(), KSTaskStatusDueSoon);
+    EXPECT_EQ(style->cascadeStyles(), HLStyleList{project->standardTaskStyle()});
 }
 
 }  // namespace
