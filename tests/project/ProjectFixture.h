@@ -19,25 +19,9 @@
 #include "Platform/core/KSNotificationCenter.h"
 #include "Platform/core/KSRunLoop.h"
 #include "Platform/core/KSUndoManager.h"
+#include "support/TestDocument.h"
 
 namespace kestrum::test {
-
-// The application's side: an undo manager, file locations and presented errors.
-class TestDocument : public KSDocumentProtocol {
-public:
-    KSUndoManager* undoManager() override { return undo.get(); }
-    std::optional<std::string> fileURL() const override { return file; }
-    std::optional<std::string> savingToURL() const override { return saving; }
-    void presentError(const KSError& error) override { errors.push_back(error); }
-    void setShowHeadingNumbers(bool flag) override { headingNumbers = flag; }
-    void resourceLoadSubscriptionFlagDidChange() override {}
-
-    std::shared_ptr<KSUndoManager> undo = std::make_shared<KSUndoManager>();
-    std::optional<std::string> file;
-    std::optional<std::string> saving;
-    std::vector<KSError> errors;
-    bool headingNumbers = false;
-};
 
 // A task whose scheduling is not computed yet: it logs the edit cycle's calls and has
 // one setter shaped like the task setters (undo, action name, notices, invalidation).

@@ -20,23 +20,12 @@
 #include "Platform/core/KSError.h"
 #include "Platform/core/KSRunLoop.h"
 #include "Platform/core/KSUndoManager.h"
+#include "support/TestDocument.h"
 
 namespace kestrum::test {
 
-// The application's side: an undo manager, a file location and the presented errors.
-class PlanDocument : public KSDocumentProtocol {
-public:
-    KSUndoManager* undoManager() override { return undo.get(); }
-    std::optional<std::string> fileURL() const override { return file; }
-    std::optional<std::string> savingToURL() const override { return std::nullopt; }
-    void presentError(const KSError& error) override { errors.push_back(error); }
-    void setShowHeadingNumbers(bool) override {}
-    void resourceLoadSubscriptionFlagDidChange() override {}
-
-    std::shared_ptr<KSUndoManager> undo = std::make_shared<KSUndoManager>();
-    std::optional<std::string> file;
-    std::vector<KSError> errors;
-};
+// The application's side.
+using PlanDocument = TestDocument;
 
 // The plan's settings are the project's and the scenario's own.
 using PlanProject = KSProject;
