@@ -101,8 +101,8 @@ const StyleSpec kStyles[] = {
 };
 
 const StyleSpec* specForKey(std::string_view key) {
-    for (const StyleSpec& spec : kStyles) {
-        if (key == spec.key) return &spec;
+    for (const StyleSpec& entry : kStyles) {
+        if (key == entry.key) return &entry;
     }
     return nullptr;
 }
@@ -134,16 +134,16 @@ std::shared_ptr<HLStyle>* KSProject::styleField(std::string_view key) const {
 }
 
 std::shared_ptr<HLStyle> KSProject::makeStyle(std::string_view key) const {
-    const StyleSpec* spec = specForKey(key);
-    if (!spec || !styleContext_) return nullptr;
+    const StyleSpec* entry = specForKey(key);
+    if (!entry || !styleContext_) return nullptr;
     HLStyleList cascade;
-    if (spec->cascadesFrom) {
-        if (auto from = styleForKey(spec->cascadesFrom)) cascade.push_back(from);
+    if (entry->cascadesFrom) {
+        if (auto from = styleForKey(entry->cascadesFrom)) cascade.push_back(from);
     }
     auto style = HLStyle::styleWithContextCascadeStyles(styleContext_, std::move(cascade));
     style->enableUndo();
-    style->setOwnerContainerKey(const_cast<KSProject*>(this), spec->key);
-    style->setSelectionRelativeName(KSLocalizedString(spec->name, spec->name));
+    style->setOwnerContainerKey(const_cast<KSProject*>(this), entry->key);
+    style->setSelectionRelativeName(KSLocalizedString(entry->name, entry->name));
     return style;
 }
 
@@ -186,8 +186,8 @@ std::shared_ptr<HLStyle> KSProject::notEditableStyle() const {
 }
 
 void KSProject::detachStyles() {
-    for (const StyleSpec& spec : kStyles) {
-        std::shared_ptr<HLStyle>* field = styleField(spec.key);
+    for (const StyleSpec& entry : kStyles) {
+        std::shared_ptr<HLStyle>* field = styleField(entry.key);
         if (*field && (*field)->owner() == this) (*field)->setOwnerContainerKey(nullptr, {});
     }
     if (styleContext_) {

@@ -22,7 +22,7 @@ namespace {
 // asks for more, and a runaway number must not allocate gigabytes.
 constexpr int kLargestNumber = 10000;
 
-struct Spec {
+struct Directive {
     bool leftAlign = false;
     bool plus = false;
     bool space = false;
@@ -58,20 +58,20 @@ bool isIntegerConversion(char c) {
     return c == 'd' || c == 'i' || c == 'u' || c == 'x' || c == 'X' || c == 'o';
 }
 
-void pad(std::string& out, const std::string& body, const Spec& spec) {
+void pad(std::string& out, const std::string& body, const Directive& directive) {
     std::size_t length = characterCount(body);
-    if (spec.width < 0 || length >= static_cast<std::size_t>(spec.width)) {
+    if (directive.width < 0 || length >= static_cast<std::size_t>(directive.width)) {
         out += body;
         return;
     }
-    std::size_t fill = static_cast<std::size_t>(spec.width) - length;
+    std::size_t fill = static_cast<std::size_t>(directive.width) - length;
     // As in C: zeros pad numbers only, and not an integer with a precision or an
     // infinity or NaN.
-    bool zeros = spec.zeroPad && spec.conversion != '@' && spec.conversion != 's' &&
-                 spec.conversion != 'c' && spec.conversion != 'C' &&
-                 !(isIntegerConversion(spec.conversion) && spec.precision >= 0) &&
+    bool zeros = directive.zeroPad && directive.conversion != '@' && directive.conversion != 's' &&
+                 directive.conversion != 'c' && directive.conversion != 'C' &&
+                 !(isIntegerConversion(directive.conversion) && directive.precision >= 0) &&
                  body.find_first_of("infa") == std::string::npos;
-    if (spec.leftAlign) {
+    if (directive.leftAlign) {
         out += body;
         out.append(fill, ' ');
     } else if (zeros) {
@@ -98,13 +98,13 @@ locale_t cLocale() {
 }
 
 // Formats one floating-point conversion through snprintf in the C locale.
-std::string cFormat(const Spec& spec, double d) {
+std::string cFormat(const Directive& directive, double d) {
     std::string format = "%";
-    if (spec.plus) format += '+';
-    if (spec.space) format += ' ';
-    if (spec.alternate) format += '#';
-    if (spec.precision >= 0) format += "." + std::to_string(spec.precision);
-    format += spec.conversion;
+    if (directive.plus) format += '+';
+    if (directive.space) format += ' ';
+    if (directive.alternate) format += '#';
+    if (directive.precision >= 0) format += "." + std::to_string(directive.precision);
+    format += directive.conversion;
     locale_t previous = uselocale(cLocale());
     char buffer[512];
     int n = std::snprintf(buffer, sizeof buffer, format.c_str(), d);
@@ -120,24 +120,26 @@ std::string cFormat(const Spec& spec, double d) {
     return result;
 }
 
-std::string integerText(const Spec& spec, const KSValue& value, bool isUnsigned) {
+std::string integerText(const Directive& directive, const KSValue& value, bool isUnsigned) {
     std::string digits;
     bool negative = false;
-    if (spec.conversion == 'x' || spec.conversion == 'X' || spec.conversion == 'o' || isUnsigned) {
+    if (directive.conversion == 'x' || directive.conversion == 'X' || directive.conversion == 'o' ||
+        isUnsigned) {
         std::uint64_t u = static_cast<std::uint64_t>(value.integerValue());
-        if (spec.conversion == 'u' || spec.conversion == 'd' || spec.conversion == 'i') {
+        if (directive.conversion == 'u' || directive.conversion == 'd' ||
+            directive.conversion == 'i') {
             digits = std::to_string(u);
         } else {
             char buffer[32];
-            const char* f = spec.conversion == 'x'   ? "%llx"
-                            : spec.conversion == 'X' ? "%llX"
-                                                     : "%llo";
+            const char* f = directive.conversion == 'x'   ? "%llx"
+                            : directive.conversion == 'X' ? "%llX"
+                                                          : "%llo";
             std::snprintf(buffer, sizeof buffer, f, static_cast<unsigned long long>(u));
             digits = buffer;
-            if (spec.alternate && u != 0) {
-                digits = (spec.conversion == 'o'   ? "0"
-                          : spec.conversion == 'x' ? "0x"
-                                                   : "0X") +
+            if (directive.alternate && u != 0) {
+                digits = (directive.conversion == 'o'   ? "0"
+                          : directive.conversion == 'x' ? "0x"
+                                                        : "0X") +
                          digits;
             }
         }
@@ -148,12 +150,12 @@ std::string integerText(const Spec& spec, const KSValue& value, bool isUnsigned)
             negative ? (0 - static_cast<std::uint64_t>(i)) : static_cast<std::uint64_t>(i);
         digits = std::to_string(magnitude);
     }
-    if (spec.precision >= 0 && digits.size() < static_cast<std::size_t>(spec.precision)) {
-        digits.insert(0, static_cast<std::size_t>(spec.precision) - digits.size(), '0');
+    if (directive.precision >= 0 && digits.size() < static_cast<std::size_t>(directive.precision)) {
+        digits.insert(0, static_cast<std::size_t>(directive.precision) - digits.size(), '0');
     }
     if (negative) return "-" + digits;
-    if (spec.plus && !isUnsigned) return "+" + digits;
-    if (spec.space && !isUnsigned) return " " + digits;
+    if (directive.plus && !isUnsigned) return "+" + digits;
+    if (directive.space && !isUnsigned) return " " + digits;
     return digits;
 }
 
@@ -171,27 +173,27 @@ bool readNumber(std::string_view format, std::size_t& i, int* out) {
 // Parses what follows a '%': position, flags, width, precision, length and conversion.
 // `nextArgument` advances past a '*' width. Answers false at the end of the format.
 bool parseSpec(std::string_view format, std::size_t& i, std::size_t& nextArgument,
-               const std::vector<KSFormatArgument>& arguments, Spec* spec) {
+               const std::vector<KSFormatArgument>& arguments, Directive* directive) {
     // Positional index: digits followed by '$'.
     std::size_t j = i;
     int position = 0;
     if (readNumber(format, j, &position) && j < format.size() && format[j] == '$' && position > 0) {
-        spec->argument = static_cast<std::size_t>(position - 1);
-        spec->positional = true;
+        directive->argument = static_cast<std::size_t>(position - 1);
+        directive->positional = true;
         i = j + 1;
     }
     for (; i < format.size(); ++i) {
         char f = format[i];
         if (f == '-') {
-            spec->leftAlign = true;
+            directive->leftAlign = true;
         } else if (f == '+') {
-            spec->plus = true;
+            directive->plus = true;
         } else if (f == ' ') {
-            spec->space = true;
+            directive->space = true;
         } else if (f == '0') {
-            spec->zeroPad = true;
+            directive->zeroPad = true;
         } else if (f == '#') {
-            spec->alternate = true;
+            directive->alternate = true;
         } else if (f != '\'') {  // thousands grouping is accepted and not applied
             break;
         }
@@ -202,31 +204,31 @@ bool parseSpec(std::string_view format, std::size_t& i, std::size_t& nextArgumen
             nextArgument < arguments.size() ? arguments[nextArgument].value().intValue() : 0;
         ++nextArgument;
         if (width < 0) {
-            spec->leftAlign = true;
+            directive->leftAlign = true;
             width = width == INT_MIN ? kLargestNumber : -width;
         }
-        spec->width = std::min(width, kLargestNumber);
+        directive->width = std::min(width, kLargestNumber);
     } else if (int width = 0; readNumber(format, i, &width)) {
-        spec->width = width;
+        directive->width = width;
     }
     if (i < format.size() && format[i] == '.') {
         ++i;
-        readNumber(format, i, &spec->precision);
+        readNumber(format, i, &directive->precision);
     }
-    if (!spec->positional) spec->argument = nextArgument;
+    if (!directive->positional) directive->argument = nextArgument;
     // Length modifiers are accepted and ignored: every integer is 64-bit here.
     while (i < format.size() && std::strchr("hlqLjzt", format[i]) != nullptr)
         ++i;
     if (i >= format.size()) return false;
-    spec->conversion = format[i++];
+    directive->conversion = format[i++];
     return true;
 }
 
 // The text of a string conversion, cut to the precision in characters.
-std::string textOf(const Spec& spec, const KSValue& value) {
+std::string textOf(const Directive& directive, const KSValue& value) {
     std::string text = value.isString() ? value.asString() : value.description();
-    if (spec.precision >= 0)
-        text.resize(prefixLength(text, static_cast<std::size_t>(spec.precision)));
+    if (directive.precision >= 0)
+        text.resize(prefixLength(text, static_cast<std::size_t>(directive.precision)));
     return text;
 }
 
@@ -239,21 +241,21 @@ std::string characterOf(const KSValue& value) {
 }
 
 // Appends one conversion; answers false when the conversion is unknown.
-bool appendConversion(std::string& out, const Spec& spec, const KSValue& value) {
-    switch (spec.conversion) {
+bool appendConversion(std::string& out, const Directive& directive, const KSValue& value) {
+    switch (directive.conversion) {
         case '@':
         case 's':
-            pad(out, textOf(spec, value), spec);
+            pad(out, textOf(directive, value), directive);
             return true;
         case 'd':
         case 'i':
-            pad(out, integerText(spec, value, false), spec);
+            pad(out, integerText(directive, value, false), directive);
             return true;
         case 'u':
         case 'x':
         case 'X':
         case 'o':
-            pad(out, integerText(spec, value, true), spec);
+            pad(out, integerText(directive, value, true), directive);
             return true;
         case 'f':
         case 'F':
@@ -263,17 +265,17 @@ bool appendConversion(std::string& out, const Spec& spec, const KSValue& value) 
         case 'G':
         case 'a':
         case 'A':
-            pad(out, cFormat(spec, value.doubleValue()), spec);
+            pad(out, cFormat(directive, value.doubleValue()), directive);
             return true;
         case 'c':
         case 'C':
-            pad(out, characterOf(value), spec);
+            pad(out, characterOf(value), directive);
             return true;
         case 'p': {
             char buffer[32];
             std::snprintf(buffer, sizeof buffer, "0x%llx",
                           static_cast<unsigned long long>(value.integerValue()));
-            pad(out, buffer, spec);
+            pad(out, buffer, directive);
             return true;
         }
         default:
@@ -302,24 +304,25 @@ std::string KSStringWithFormatArguments(std::string_view format,
             ++i;
             continue;
         }
-        Spec spec;
-        if (!parseSpec(format, i, nextArgument, arguments, &spec)) {
+        Directive directive;
+        if (!parseSpec(format, i, nextArgument, arguments, &directive)) {
             out.append(format.substr(start));  // an unfinished conversion stands as it is
             break;
         }
-        if (spec.argument >= arguments.size()) {
+        if (directive.argument >= arguments.size()) {
             // A missing argument prints nothing, but an unknown conversion still shows.
             static const KSValue none;
             std::string ignored;
-            if (!appendConversion(ignored, spec, none)) out.append(format.substr(start, i - start));
-            nextArgument = spec.argument + 1;
+            if (!appendConversion(ignored, directive, none))
+                out.append(format.substr(start, i - start));
+            nextArgument = directive.argument + 1;
             continue;
         }
-        if (!appendConversion(out, spec, arguments[spec.argument].value())) {
+        if (!appendConversion(out, directive, arguments[directive.argument].value())) {
             out.append(format.substr(start, i - start));  // unknown: copied as it stands
             continue;
         }
-        nextArgument = spec.argument + 1;
+        nextArgument = directive.argument + 1;
     }
     return out;
 }

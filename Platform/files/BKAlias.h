@@ -6,7 +6,7 @@
 // the file was in. Its data form is a small binary property list, safe to store in
 // documents and archives.
 //
-//   auto alias = BKAlias::aliasWithPath("/home/me/Documents/spec.pdf");
+//   auto alias = BKAlias::aliasWithPath("/home/me/Documents/plan.pdf");
 //   KSData saved = alias->data();
 //   std::string path = BKAlias::aliasWithData(saved)->pathAllowingUnresolvedPath();
 #pragma once

@@ -57,13 +57,13 @@ protected:
 
 TEST_F(AttachmentTest, ARelativePathResolvesAgainstTheDocumentFolder) {
     document.file = "/plans/team/plan.kestrum";
-    auto a = attach({{"externalPath", KSValue("../shared/spec v2.pdf")}});
-    EXPECT_EQ(a->fullPathViaExternalPath(), "/plans/shared/spec v2.pdf");
-    EXPECT_EQ(a->url(), "file:///plans/shared/spec%20v2.pdf");
-    EXPECT_EQ(a->filename(), "spec v2.pdf");
+    auto a = attach({{"externalPath", KSValue("../shared/brief v2.pdf")}});
+    EXPECT_EQ(a->fullPathViaExternalPath(), "/plans/shared/brief v2.pdf");
+    EXPECT_EQ(a->url(), "file:///plans/shared/brief%20v2.pdf");
+    EXPECT_EQ(a->filename(), "brief v2.pdf");
     EXPECT_TRUE(a->isExternal());
     document.file = "file:///other/place/plan.kestrum";
-    EXPECT_EQ(a->fullPathViaExternalPath(), "/other/shared/spec v2.pdf");
+    EXPECT_EQ(a->fullPathViaExternalPath(), "/other/shared/brief v2.pdf");
 }
 
 TEST_F(AttachmentTest, AnUnsavedDocumentFallsBackOnTheAliasFolder) {
