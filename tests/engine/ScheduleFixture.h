@@ -27,21 +27,9 @@
 #include "Platform/core/KSError.h"
 #include "Platform/core/KSRunLoop.h"
 #include "Platform/core/KSUndoManager.h"
+#include "support/PlanFixture.h"
 
 namespace kestrum::test {
-
-class ScheduleDocument : public KSDocumentProtocol {
-public:
-    KSUndoManager* undoManager() override { return undo.get(); }
-    std::optional<std::string> fileURL() const override { return std::nullopt; }
-    std::optional<std::string> savingToURL() const override { return std::nullopt; }
-    void presentError(const KSError& error) override { errors.push_back(error); }
-    void setShowHeadingNumbers(bool) override {}
-    void resourceLoadSubscriptionFlagDidChange() override {}
-
-    std::shared_ptr<KSUndoManager> undo = std::make_shared<KSUndoManager>();
-    std::vector<KSError> errors;
-};
 
 // The model's date of a local date and time.
 inline KSDateTime at(int year, unsigned month, unsigned day, int hour = 0, int minute = 0) {
@@ -70,30 +58,15 @@ inline std::string iso(const KSDateTime& date) {
     return text;
 }
 
-class ScheduleTest : public ::testing::Test {
+class ScheduleTest : public PlanFixture<> {
 protected:
     static constexpr double kHour = 3600.0;
 
     void SetUp() override {
-        project = std::make_shared<KSProject>(&document);
-        scenario = std::make_shared<KSScenario>();
-        project->addScenario(scenario);
+        PlanFixture::SetUp();
         anchorStart(at(2024, 1, 8, 8));
         drain();
     }
-    void TearDown() override {
-        project->invalidate();
-        drain();
-    }
-
-    // Runs the event loop until nothing is left: the undo group closes and the plan is
-    // recomputed, as after one event in an application.
-    static void drain() {
-        KSRunLoop::current().runUntilIdle();
-        KSRunLoop::current().runOnce();
-    }
-    KSTask& root() { return *scenario->rootTask(); }
-    KSUndoManager& undo() { return *document.undo; }
 
     // The plan starts at `date` and schedules forward.
     void anchorStart(const KSDateTime& date) { scenario->setStartDate(date); }
@@ -136,10 +109,6 @@ protected:
     std::string span(const std::shared_ptr<KSTask>& t) {
         return iso(t->startDate()) + " - " + iso(t->endDate());
     }
-
-    ScheduleDocument document;
-    std::shared_ptr<KSProject> project;
-    std::shared_ptr<KSScenario> scenario;
 };
 
 }  // namespace kestrum::test

@@ -19,6 +19,7 @@
 #include "Platform/core/KSNotificationCenter.h"
 #include "Platform/core/KSRunLoop.h"
 #include "Platform/core/KSUndoManager.h"
+#include "support/PlanFixture.h"
 #include "support/TestDocument.h"
 
 namespace kestrum::test {
@@ -91,25 +92,12 @@ private:
     KSNotificationCenter::Token token_;
 };
 
-class ProjectTest : public ::testing::Test {
+class ProjectTest : public PlanFixture<CountingScenario> {
 protected:
     void SetUp() override {
-        project = std::make_shared<KSProject>(&document);
-        scenario = std::make_shared<CountingScenario>();
-        project->addScenario(scenario);
+        PlanFixture::SetUp();
         drain();
     }
-    void TearDown() override {
-        project->invalidate();
-        drain();
-    }
-
-    // Runs the event loop until nothing is left, closing the undo group.
-    static void drain() {
-        KSRunLoop::current().runUntilIdle();
-        KSRunLoop::current().runOnce();
-    }
-    KSTask& root() { return *scenario->rootTask(); }
     // A new task appended to `parent` (the root by default).
     std::shared_ptr<RecordingTask> addTask(const std::string& title,
                                            KSProjectItem* parent = nullptr) {
@@ -129,11 +117,6 @@ protected:
         }
         return text;
     }
-    KSUndoManager& undo() { return *document.undo; }
-
-    TestDocument document;
-    std::shared_ptr<KSProject> project;
-    std::shared_ptr<CountingScenario> scenario;
 };
 
 }  // namespace kestrum::test

@@ -20,6 +20,7 @@
 #include "Platform/core/KSError.h"
 #include "Platform/core/KSRunLoop.h"
 #include "Platform/core/KSUndoManager.h"
+#include "support/PlanFixture.h"
 #include "support/TestDocument.h"
 
 namespace kestrum::test {
@@ -31,30 +32,16 @@ using PlanDocument = TestDocument;
 using PlanProject = KSProject;
 using PlanScenario = KSScenario;
 
-class PlanTest : public ::testing::Test {
+class PlanTest : public PlanFixture<> {
 protected:
     static constexpr double kHour = 3600.0;
 
     void SetUp() override {
-        project = std::make_shared<PlanProject>(&document);
-        scenario = std::make_shared<PlanScenario>();
-        project->addScenario(scenario);
+        PlanFixture::SetUp();
         // A real start on the first day of the generic week, as a file would set it.
         scenario->setStoredFixedDate(KSScenario::genericStartDate());
         drain();
     }
-    void TearDown() override {
-        project->invalidate();
-        drain();
-    }
-
-    // Runs the event loop until nothing is left, closing the undo group.
-    static void drain() {
-        KSRunLoop::current().runUntilIdle();
-        KSRunLoop::current().runOnce();
-    }
-    KSTask& root() { return *scenario->rootTask(); }
-    KSUndoManager& undo() { return *document.undo; }
 
     // A plain task appended to `parent` (the root by default); with `hours`, that effort.
     std::shared_ptr<KSTask> task(const std::string& title,
@@ -80,10 +67,6 @@ protected:
         m->setTaskType(taskTypeMilestone);
         return m;
     }
-
-    PlanDocument document;
-    std::shared_ptr<PlanProject> project;
-    std::shared_ptr<PlanScenario> scenario;
 };
 
 // Counts will/did notices of the keys it observes, in order.
