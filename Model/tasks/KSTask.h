@@ -12,13 +12,14 @@
 // field feeds. Dates are caches filled on reading and cleared by the invalidations,
 // which also mark the task for the scenario's next recomputation.
 //
-// The class is large and split by concern over several sources: KSTask.cpp (fields,
-// text, status, order), -Types (type changes), -Hierarchy (children, roll-up, gathering,
-// joining and leaving a plan), -Numbering, -Effort (effort and progress), -Dates (the
-// rules of each date, slack), -Evaluation (the date getters and their work list),
-// -Invalidation (the invalidation walks), -Scheduling (schedule type, date setters,
-// recomputation), -Links (the task's side of its links), -Loops (dependency loops),
-// -Locks (locks and constraints), -Split, -Copy.
+// The class is large and split by concern over several sources. In Model/tasks/:
+// KSTask.cpp (fields, text, status, order), -Types (type changes), -Hierarchy (children,
+// roll-up, gathering, joining and leaving a plan), -Numbering, -Effort (effort and
+// progress), -Scheduling (schedule type, date setters, recomputation), -Links (the task's
+// side of its links), -Loops (dependency loops), -Locks (locks and constraints), -Split.
+// In Model/engine/: -Dates (the rules of each date, slack), -Evaluation (the date getters
+// and their work list), -Invalidation (the invalidation walks). In Model/xml/: -XML (the
+// task element, which copies also go through).
 //
 //   auto group = std::make_shared<KSTask>();
 //   scenario->rootTask()->addChildTask(group);

@@ -1,4 +1,4 @@
-// KSTask: copies through the file form.
+// KSTask: the task element, read and written; copies go through it.
 //
 // A copy is a write into a private XML document and a read back into a new task, so that a
 // copy has exactly the fidelity of a save. Elements follow the order of the file's task
