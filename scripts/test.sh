@@ -4,6 +4,8 @@
 #   bash scripts/test.sh asan       # the same suite under AddressSanitizer + UBSan
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# Let clones at other paths share one compiler cache.
+export CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=1
 PRESET="${1:-dev}"
 bash scripts/install-deps.sh
 cmake --preset "$PRESET"
