@@ -85,6 +85,12 @@ const KSClassInfo& KSObject::staticClassInfo() {
                     o.setAttachmentDict(v);
                     return true;
                 });
+            b.custom("attachments", KSValue::Type::Array, [](const KSObject& o) {
+                KSArray list;
+                for (const auto& attachment : o.attachments())
+                    list.push_back(KSValue(attachment));
+                return KSValue(std::move(list));
+            });
             b.readOnly("subclassLocalizedTypeForUndo", &KSObject::subclassLocalizedTypeForUndo);
             b.dependentKeys("hasNote", {"notes"});
             b.dependentKeys("attachmentDict", {"attachments"});

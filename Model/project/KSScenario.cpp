@@ -67,6 +67,12 @@ const KSClassInfo& KSScenario::staticClassInfo() {
             b.custom("currentEditingDate", KSValue::Type::Date, [](const KSScenario& s) {
                 return KSValueTraits<KSDateTime>::toValue(s.currentEditingDate());
             });
+            b.custom("unassignedTasks", KSValue::Type::Array, [](const KSScenario& s) {
+                KSArray list;
+                for (const auto& task : s.unassignedTasks())
+                    list.push_back(KSValue(task));
+                return KSValue(std::move(list));
+            });
             b.custom("milestones", KSValue::Type::Array, [](const KSScenario& s) {
                 KSArray list;
                 for (const auto& task : s.milestones())

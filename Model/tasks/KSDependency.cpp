@@ -48,6 +48,22 @@ const KSClassInfo& KSDependency::staticClassInfo() {
                         &KSDependency::setPrerequisiteAlignedToEnd);
             b.readOnly("leadTimeString", &KSDependency::leadTimeString);
             b.readOnly("isRemoved", &KSDependency::isRemoved);
+            // The link itself, for a cell that edits lead time and percentage together; a
+            // link given to it lends its lead.
+            b.custom(
+                "leadTimeGhostDependency", KSValue::Type::Object,
+                [](const KSDependency& d) {
+                    return KSValue(
+                        std::const_pointer_cast<KSDependency>(d.sharedFromThis<KSDependency>()));
+                },
+                [](KSDependency& d, const KSValue& v) {
+                    auto other = v.asObjectOfType<KSDependency>();
+                    if (!other) return false;
+                    d.setLeadTimeGhostDependency(*other);
+                    return true;
+                });
+            // The key announced together with "leadTime" is spelled so; it reads the flag.
+            b.readOnly("leadTimeIsPercenage", &KSDependency::leadTimeIsPercentage);
         });
     return info;
 }

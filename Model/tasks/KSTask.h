@@ -300,6 +300,10 @@ public:
                                                double maxDelta);
     void _childDidChangeStaticCost(KSTask* child, double delta);
     double staticCost() const { return staticCost_; }
+    // The cost of the work assigned: a group or split task sums its children's.
+    double assignmentsCost() const;
+    // staticCost plus assignmentsCost.
+    double totalCost() const { return staticCost_ + assignmentsCost(); }
     // Undoable ("Set Static Cost") on a task that is no group.
     void setStaticCost(double cost);
     void _internalSetStaticCost(double cost);

@@ -9,7 +9,15 @@
 namespace kestrum {
 
 const KSClassInfo& KSCalendar::staticClassInfo() {
-    static const KSClassInfo info("KSCalendar", &KSBaseObject::staticClassInfo());
+    static const KSClassInfo info = KSClassInfo::make<KSCalendar>(
+        "KSCalendar", &KSBaseObject::staticClassInfo(), [](KSClassBuilder<KSCalendar>& b) {
+            b.custom("events", KSValue::Type::Array, [](const KSCalendar& c) {
+                KSArray list;
+                for (const auto& event : c.events())
+                    list.push_back(KSValue(event));
+                return KSValue(std::move(list));
+            });
+        });
     return info;
 }
 
