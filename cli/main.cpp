@@ -3,7 +3,8 @@
 //   kestrum --version
 //   kestrum demo [--json]     schedule a sample plan and print its tasks' dates
 //
-// Exit codes: 0 success, 1 failure while working, 2 usage error.
+// Exit codes: 0 success, 1 failure while working, 2 usage error (also when no subcommand
+// is given: the usage then goes to standard error).
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
@@ -37,7 +38,7 @@ int runDemo(bool asJSON) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    CLI::App app{"kestrum: schedule, level, report, merge and publish project plans"};
+    CLI::App app{"kestrum: schedule project plans and print their dates"};
     app.name("kestrum");
     app.set_version_flag("-V,--version", std::string("kestrum ") + kestrum::KSLibraryVersion(),
                          "Print the version and exit");
@@ -57,6 +58,7 @@ int main(int argc, char** argv) {
         return code == 0 ? kExitOK : kExitUsage;
     }
     if (demo->parsed()) return runDemo(demoJSON);
-    std::cout << app.help();
-    return kExitOK;
+    // No subcommand is a usage error, as a wrong argument is: scripts see it.
+    std::cerr << app.help();
+    return kExitUsage;
 }

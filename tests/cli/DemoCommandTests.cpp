@@ -16,9 +16,12 @@ struct ToolRun {
     int exitCode = -1;
 };
 
-ToolRun runTool(const std::string& arguments) {
+// Runs the tool and collects its standard output, or with `errorOutput` its standard
+// error instead.
+ToolRun runTool(const std::string& arguments, bool errorOutput = false) {
     ToolRun run;
-    std::string command = std::string(KESTRUM_TOOL_PATH) + " " + arguments + " 2>/dev/null";
+    std::string command = std::string(KESTRUM_TOOL_PATH) + " " + arguments +
+                          (errorOutput ? " 2>&1 1>/dev/null" : " 2>/dev/null");
     FILE* pipe = popen(command.c_str(), "r");
     if (!pipe) return run;
     char buffer[4096];
@@ -88,6 +91,16 @@ TEST(DemoCommandTest, BadArgumentsAreAUsageError) {
     EXPECT_EQ(runTool("demo --bogus").exitCode, 2);
     EXPECT_EQ(runTool("no-such-command").exitCode, 2);
     EXPECT_EQ(runTool("--version").exitCode, 0);
+}
+
+TEST(DemoCommandTest, NoSubcommandPrintsTheUsageToStandardErrorAndFails) {
+    ToolRun out = runTool("");
+    EXPECT_EQ(out.exitCode, 2);
+    EXPECT_EQ(out.output, "");
+    ToolRun err = runTool("", true);
+    EXPECT_EQ(err.exitCode, 2);
+    EXPECT_NE(err.output.find("Usage"), std::string::npos) << err.output;
+    EXPECT_NE(err.output.find("demo"), std::string::npos) << err.output;
 }
 
 }  // namespace
