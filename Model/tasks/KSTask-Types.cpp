@@ -76,7 +76,12 @@ void KSTask::setTaskTypeSplitTaskWithSplitChildren(KSTaskType type, bool splitTa
 
     setUndoActionName("Set Task Type");
     if (milestonesChange && owner) owner->milestonesDidChange();
+    // The walks from the ends first, while the old dates still say whom they reach; then
+    // every cache of the task, since each rule reads the type (a hammock's start limit
+    // ignores end-aligned links, a plain task's does not).
     invalidateStartDate();
+    invalidateEndDate();
+    invalidateAllDates();
     didChangeValueForKey("taskType");
     taskTypeChanged();
 }
