@@ -30,6 +30,7 @@
 #include <vector>
 
 #include "Model/project/KSObject.h"
+#include "Platform/core/KSNotificationName.h"
 #include "Platform/styles/HLStyleContextSource.h"
 #include "Platform/styles/HLStyleOwner.h"
 
@@ -44,7 +45,7 @@ class KSTimeSpanFormatter;
 class LRColor;
 
 // Posted when a user-data key is added, renamed or removed; object: the project.
-extern const char* const
+extern const KSNotificationName
     KSCustomKeyValueChangeNotification;  // "Custom Key/Value Change Notification"
 // User-info keys of that notification.
 extern const char* const KSOldKeyNameKey;  // "Old Key Name", when a key was renamed or removed

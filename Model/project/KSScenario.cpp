@@ -16,8 +16,8 @@
 
 namespace kestrum {
 
-const char* const KSProjectDidChangeNotification = "KSProjectDidChangeNotification";
-const char* const KSProjectInvalidateNotification = "KSProjectInvalidate";
+const KSNotificationName KSProjectDidChangeNotification("KSProjectDidChangeNotification");
+const KSNotificationName KSProjectInvalidateNotification("KSProjectInvalidate");
 
 namespace {
 // The context of the scenario's change-tracking observations.

@@ -36,6 +36,7 @@
 #include "Model/tasks/KSTaskEnums.h"
 #include "Model/worktime/KSDateTime.h"
 #include "Model/worktime/KSScheduleGranularity.h"
+#include "Platform/core/KSNotificationName.h"
 
 namespace kestrum {
 
@@ -50,9 +51,9 @@ class TMDifferenceEngine;
 struct KSNotification;
 
 // Posted once per pass of the event loop after a scenario changed; object: the scenario.
-extern const char* const KSProjectDidChangeNotification;
+extern const KSNotificationName KSProjectDidChangeNotification;
 // Posted when a scenario is invalidated; object: the scenario.
-extern const char* const KSProjectInvalidateNotification;
+extern const KSNotificationName KSProjectInvalidateNotification;
 
 // "exact", "hours" or "days".
 std::string KSScheduleGranularityArchiveString(KSScheduleGranularity granularity);

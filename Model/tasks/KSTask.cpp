@@ -20,9 +20,10 @@
 
 namespace kestrum {
 
-const char* const KSTaskWillInvalidateDatesNotification = "KSTaskWillInvalidateDatesNotification";
-const char* const KSTaskStartDateStateChangeNotification = "start date state change";
-const char* const KSTaskEndDateStateChangeNotification = "end date state change";
+const KSNotificationName KSTaskWillInvalidateDatesNotification(
+    "KSTaskWillInvalidateDatesNotification");
+const KSNotificationName KSTaskStartDateStateChangeNotification("start date state change");
+const KSNotificationName KSTaskEndDateStateChangeNotification("end date state change");
 
 namespace {
 

@@ -38,6 +38,7 @@
 #include "Model/project/KSProjectItem.h"
 #include "Model/tasks/KSTaskEnums.h"
 #include "Model/worktime/KSDateTime.h"
+#include "Platform/core/KSNotificationName.h"
 #include "Platform/xml/XMLArchiving.h"
 
 namespace kestrum {
@@ -57,11 +58,12 @@ using KSTaskPointerSet = std::unordered_set<const KSTask*>;
 using KSDependencyList = std::vector<std::shared_ptr<KSDependency>>;
 
 // Posted before a task's cached dates are cleared; object: the task.
-extern const char* const KSTaskWillInvalidateDatesNotification;
+extern const KSNotificationName KSTaskWillInvalidateDatesNotification;
 // Posted after a start lock was set or cleared; object: the task.
-extern const char* const KSTaskStartDateStateChangeNotification;  // "start date state change"
+extern const KSNotificationName
+    KSTaskStartDateStateChangeNotification;  // "start date state change"
 // Posted after an end lock was set or cleared; object: the task.
-extern const char* const KSTaskEndDateStateChangeNotification;  // "end date state change"
+extern const KSNotificationName KSTaskEndDateStateChangeNotification;  // "end date state change"
 
 // The effort of a new task: eight hours, in seconds.
 inline constexpr double KSDefaultTaskEffort = 28800.0;

@@ -12,7 +12,7 @@
 
 namespace kestrum {
 
-const char* const KSScheduleDidChangeNotification = "ScheduleDidChangeNotification";
+const KSNotificationName KSScheduleDidChangeNotification("ScheduleDidChangeNotification");
 
 namespace {
 

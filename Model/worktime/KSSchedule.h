@@ -27,6 +27,7 @@
 #include "Model/worktime/KSScheduledDay.h"
 #include "Model/worktime/KSScheduledDayEnumerator.h"
 #include "Model/worktime/KSScheduling.h"
+#include "Platform/core/KSNotificationName.h"
 #include "Platform/xml/BKObject.h"
 
 namespace kestrum {
@@ -36,7 +37,7 @@ class KSScheduleDelegate;
 class KSUndoManager;
 
 // Posted with the schedule as object after every bracketed change.
-extern const char* const KSScheduleDidChangeNotification;  // "ScheduleDidChangeNotification"
+extern const KSNotificationName KSScheduleDidChangeNotification;  // "ScheduleDidChangeNotification"
 
 class KSSchedule : public BKObject, public KSScheduling {
     KS_DECLARE_CLASS()
