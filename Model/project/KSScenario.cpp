@@ -216,10 +216,13 @@ const std::string& KSScenario::scenarioUUID() const {
 }
 
 void KSScenario::setScheduleGranularity(KSScheduleGranularity granularity) {
-    if (granularity == scheduleGranularity_) return;
-    willChangeValueForKey("scheduleGranularity");
-    scheduleGranularity_ = granularity;
-    didChangeValueForKey("scheduleGranularity");
+    // The rules name no action for this change; the undo step goes under the group's name.
+    if (!setUndoableValue<KSScenario>(scheduleGranularity_, granularity, "scheduleGranularity", "",
+                                      &KSScenario::setScheduleGranularity)) {
+        return;
+    }
+    // Every calendar of the plan rounds start and end dates by it.
+    planScheduleDidChange();
 }
 
 void KSScenario::setPrototype(std::shared_ptr<KSTask>& field, std::shared_ptr<KSTask> task) {
