@@ -78,6 +78,14 @@ void KSTask::invalidateSchedule() {
 
 void KSTask::resourceScheduleDidChange() {
     invalidateSchedule();
+    // Both ends and the length between them may move. The narrower walks go first, while
+    // the caches they stop at are still filled, to carry that along the links; then every
+    // date of the task goes.
+    invalidateAbsoluteStartLimit();
+    invalidateAbsoluteEndLimit();
+    invalidateStartDate();
+    invalidateEndDate();
+    _invalidateLimitsReadingLength();
     invalidateAllDates();
 }
 
