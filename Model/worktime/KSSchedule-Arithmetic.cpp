@@ -1,6 +1,7 @@
 // KSSchedule: the work-time arithmetic of KSScheduling. These are the scheduler's inner
 // loops: they walk the schedule's own enumerators, allocate nothing, and pass whole normal
 // weeks with one multiplication where no exception, irregular day or bound intervenes.
+// Each operation holds a Walk on the enumerator it resets, which catches nesting.
 #include <algorithm>
 #include <cmath>
 
