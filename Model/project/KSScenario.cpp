@@ -216,7 +216,7 @@ const std::string& KSScenario::scenarioUUID() const {
 }
 
 void KSScenario::setScheduleGranularity(KSScheduleGranularity granularity) {
-    // The rules name no action for this change; the undo step goes under the group's name.
+    // No action name of its own: the undo step goes under the name of its group.
     if (!setUndoableValue<KSScenario>(scheduleGranularity_, granularity, "scheduleGranularity", "",
                                       &KSScenario::setScheduleGranularity)) {
         return;

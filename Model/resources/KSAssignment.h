@@ -20,7 +20,8 @@ class KSAssignment : public KSBaseObject {
     KS_DECLARE_CLASS()
 public:
     // An assignment of `resource` to `task`; neither is retained, and neither list is
-    // changed here.
+    // changed here. Whoever joins the two takes the assignment out of the resource's list
+    // before the task goes.
     KSAssignment(KSTask* task, KSResource* resource);
     ~KSAssignment() override;
 
