@@ -222,10 +222,13 @@ const std::string& KSScenario::scenarioUUID() const {
 }
 
 void KSScenario::setScheduleGranularity(KSScheduleGranularity granularity) {
-    if (granularity == scheduleGranularity_) return;
-    willChangeValueForKey("scheduleGranularity");
-    scheduleGranularity_ = granularity;
-    didChangeValueForKey("scheduleGranularity");
+    // No action name of its own: the undo step goes under the name of its group.
+    if (!setUndoableValue<KSScenario>(scheduleGranularity_, granularity, "scheduleGranularity", "",
+                                      &KSScenario::setScheduleGranularity)) {
+        return;
+    }
+    // Every calendar of the plan rounds start and end dates by it.
+    planScheduleDidChange();
 }
 
 void KSScenario::setPrototype(std::shared_ptr<KSTask>& field, std::shared_ptr<KSTask> task) {

@@ -85,7 +85,9 @@ public:
     // The identity; made on first read.
     const std::string& scenarioUUID() const;
     void setScenarioUUID(std::string uuid) { scenarioUUID_ = std::move(uuid); }
+    // How finely the plan's calendars place start and end dates; exact on attaching.
     KSScheduleGranularity scheduleGranularity() const { return scheduleGranularity_; }
+    // Undoable; every task's dates are worked out again in the new granularity.
     void setScheduleGranularity(KSScheduleGranularity granularity);
 
     // --- Anchor (KSScenario-Anchor.cpp) -----------------------------------------------------
@@ -190,8 +192,12 @@ public:
     double effort() const;
     // The plan's work calendar: the root resource's schedule.
     const std::shared_ptr<KSSchedule>& schedule() const;
-    // Replaces the plan's work calendar by a copy of `schedule`.
+    // Replaces the plan's work calendar by a copy of `schedule` (undoable); the resources'
+    // calendars inherit from the copy and every task's dates follow it.
     void copySchedule(const KSSchedule& schedule);
+    // The plan's calendar, or how it is read, changed: every task drops its scheduling and
+    // its dates, to be worked out again in the edit cycle.
+    void planScheduleDidChange();
 
     // --- New tasks and resources (KSScenario-Anchor.cpp) ------------------------------------
     // newTaskOfTypeIgnorePrototype with the prototypes heeded.

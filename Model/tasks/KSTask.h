@@ -469,10 +469,17 @@ public:
     // The task's own conversions between its ends through its schedule.
     KSDateTime endDateForStartDate(const KSDateTime& start);
     KSDateTime startDateForEndDate(const KSDateTime& end);
-    // The work-time arithmetic of the task: its assignments', else the plan's.
+    // The work-time arithmetic of the task: its assignments', else the plan's; a split
+    // task's is its last chunk's. Made on first use and kept in a slot the task owns (a work
+    // division lives there) until invalidateSchedule or a move to another plan.
     KSScheduling* schedule() const;
     // The plan's own work time: the root resource's schedule (standard hours outside a plan).
     KSScheduling* scenarioSchedule() const;
+    // Drops the scheduling the task answers with; the next use makes it anew.
+    void invalidateSchedule();
+    // A resource schedule that the task works by changed (or was replaced): the task drops
+    // its scheduling and all its dates.
+    void resourceScheduleDidChange();
     bool hasAbsoluteStartLimitChanged() const { return flags_.absoluteStartLimitDidChange; }
     bool hasAbsoluteEndLimitChanged() const { return flags_.absoluteEndLimitDidChange; }
     void resetAbsoluteLimitChangeFlags();
@@ -741,6 +748,8 @@ private:
     void _setResourceLevelingDelay(double delay);
     KSDateTime _startDerivedFromEnd();
     KSDateTime _emptyGroupDate();
+    // Fills the scheduling slot for the present plan and assignments.
+    void _makeScheduling() const;
 
     // --- Date evaluation (KSTask-Evaluation.cpp) ----------------------------------------
     // The cached dates, one bit each in the evaluation masks.
@@ -866,6 +875,10 @@ private:
     // The loop search whose marks the flags hold.
     std::uint32_t loopSearchNumber_ = 0;
     mutable std::vector<std::shared_ptr<KSIssue>> issues_;
+    // What schedule() answers, and the plan it was made in: the plan's calendar (shared
+    // with the root resource) until assignments bring work divisions, which it then owns.
+    mutable std::shared_ptr<KSScheduling> scheduling_;
+    mutable const KSScenario* schedulingScenario_ = nullptr;
 };
 
 }  // namespace kestrum
