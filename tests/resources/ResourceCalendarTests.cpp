@@ -22,7 +22,7 @@ protected:
         CalendarTest::TearDown();
     }
     // Counts the notifications `name` posted for `sender`.
-    int& count(const char* name, const void* sender) {
+    int& count(KSNotificationName name, const void* sender) {
         counts.push_back(std::make_unique<int>(0));
         int* counter = counts.back().get();
         tokens.push_back(KSNotificationCenter::defaultCenter().addObserver(
