@@ -18,6 +18,7 @@
 #include "Platform/core/KSLocalization.h"
 #include "Platform/core/KSUserDefaults.h"
 #include "Platform/formatters/BKCivilDateTime.h"
+#include "Platform/formatters/BKNaturalLanguageDateParser.h"
 #include "Platform/formatters/BKTimeSpanFormatter.h"
 #include "Platform/text/TWTextStorage.h"
 
@@ -26,8 +27,8 @@ namespace kestrum {
 namespace {
 
 constexpr const char* kFirstDayOfTheWeekKey = "FirstDayOfTheWeek";
-// Offsets of generic dates are kept within this many days (some 10,000 years).
-constexpr double kLargestDayIndex = 3650000.0;
+// Offsets of generic dates reach this many working days at most (some 3,800 years).
+constexpr double kLargestDayIndex = 1000000.0;
 
 // The formatters every date formatter of one locale shares.
 struct SharedFormatters {
@@ -359,22 +360,25 @@ void KSDateFormatter::parseGenericDate(std::string_view text, KSValue* out) {
         double days = std::trunc(span->years() * units.hoursPerYear() / perDay +
                                  span->months() * units.hoursPerMonth() / perDay +
                                  span->weeks() * units.hoursPerWeek() / perDay + span->days());
-        days = std::clamp(days, -kLargestDayIndex, kLargestDayIndex);
         // The hours give the time of day; more than a day's worth stops at its end.
         const float hours = std::min(std::fabs(span->hours()), 24.0f);
-        date = nonretainedScenario_->dateWithDayIndexAndHourOfDay(static_cast<std::int64_t>(days),
-                                                                  hours);
+        // An offset of thousands of years is no date of a plan: the start stands in.
+        if (std::fabs(days) <= kLargestDayIndex) {
+            date = nonretainedScenario_->dateWithDayIndexAndHourOfDay(
+                static_cast<std::int64_t>(days), hours);
+        }
     }
     if (date.isNull()) date = nonretainedScenario_->startDate();
     _setObjectValueToDate(out, date.nsDate());
     if (timeStart == std::string_view::npos) return;
-    KSDate time;
-    if (!shared.naturalLanguage->dateFromString(offset.substr(timeStart), &time, nullptr)) return;
+    // Only a time of day counts here: words that name a day or an offset from now ("9h",
+    // "tomorrow") would put the clock's time on the plan's day.
+    int hour = 0, minute = 0, second = 0;
+    const auto parser = naturalLanguageParserForLocale(effectiveLocaleIdentifier());
+    if (!parser->parseTimeOfDay(offset.substr(timeStart), &hour, &minute, &second)) return;
     const BKCivilDateTime day = BKCivilDateTime::fromDate(out->asDate());
-    const BKCivilDateTime clock = BKCivilDateTime::fromDate(time);
     _setObjectValueToDate(
-        out, BKCivilDateTime{day.year, day.month, day.day, clock.hour, clock.minute, clock.second}
-                 .date());
+        out, BKCivilDateTime{day.year, day.month, day.day, hour, minute, second}.date());
 }
 
 bool KSDateFormatter::getObjectValueForStringRangeError(KSValue* out, std::string_view text,

@@ -118,6 +118,11 @@ public:
           firstWeekday_(std::clamp(firstWeekday, 1, 7) - 1) {}
 
     bool run(BKCivilDateTime* out);
+    // Whether what was read is a time of day and nothing else.
+    bool readTimeOfDayOnly() const {
+        return r_.hour && !r_.explicitDate && !r_.relativeDay && !r_.weekday && !r_.periodUnit &&
+               !r_.now && r_.offsetDays == 0 && r_.offsetMonths == 0 && r_.offsetSeconds == 0.0;
+    }
     const std::string& error() const { return error_; }
 
 private:
@@ -367,7 +372,8 @@ bool Parse::readWordToken(std::size_t* pos, bool* atPending) {
                 r_.periodUnit = what->value == kUnitMonth ? 30 : what->value == kUnitYear ? 365 : 7;
                 r_.periodDirection = word->value;
             } else {
-                return failWord(*pos - length);
+                // Name the word that does not fit: the one after, or this one.
+                return failWord(what || at >= text_.size() ? *pos - length : at);
             }
             *pos = at + nextLength;
             return true;
@@ -750,6 +756,19 @@ void BKNaturalLanguageDateParser::addLocaleWords(const std::string& localeIdenti
             order_ = DateOrder::DayMonthYear;
         }
     }
+}
+
+bool BKNaturalLanguageDateParser::parseTimeOfDay(std::string_view text, int* hour, int* minute,
+                                                 int* second) const {
+    // The day does not matter; any valid one will do.
+    const BKCivilDateTime anyDay{2001, 1, 1, 0, 0, 0};
+    Parse parse(words_, order_, foldedText(text), anyDay, 1);
+    BKCivilDateTime moment;
+    if (!parse.run(&moment) || !parse.readTimeOfDayOnly()) return false;
+    *hour = moment.hour;
+    *minute = moment.minute;
+    *second = moment.second;
+    return true;
 }
 
 bool BKNaturalLanguageDateParser::isRelativeWord(std::string_view text, int* days,

@@ -40,6 +40,9 @@ public:
     bool parse(std::string_view text, const BKCivilDateTime& now, int firstWeekday,
                BKCivilDateTime* out, std::string* errorDescription) const;
 
+    // Reads `text` as a time of day alone ("9:30", "2pm", "noon"): false when it is no time
+    // or also names a day or an offset.
+    bool parseTimeOfDay(std::string_view text, int* hour, int* minute, int* second) const;
     // Whether `text` is one relative word alone (today, tomorrow, yesterday, now, or the
     // locale's own): `days` receives the days from today, `isNow` whether it means now.
     bool isRelativeWord(std::string_view text, int* days, bool* isNow) const;

@@ -216,7 +216,9 @@ BKRelativeDateFormatter::ICUFormat& BKRelativeDateFormatter::icuFormat() const {
     calendar->setGregorianChange(kProlepticGregorianChange, status);
     calendar->setFirstDayOfWeek(static_cast<UCalendarDaysOfWeek>(firstWeekday_));
     calendar->setMinimalDaysInFirstWeek(static_cast<uint8_t>(minimumDaysInFirstWeek_));
-    calendar->setLenient(lenient_);
+    // The calendar itself is always strict, so that a lenient reading may be loose about
+    // separators and words but never rolls a month 13 or a day 45 into another date.
+    calendar->setLenient(false);
     status = U_ZERO_ERROR;
     made->format = std::make_unique<icu::SimpleDateFormat>(unicode(pattern_), locale, status);
     if (U_FAILURE(status)) made->format.reset();
