@@ -136,5 +136,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text(reinterpret_cast<const char*>(data + 1), size - 1);
     checkOneLink(*one, text);
     checkList(*list, text);
+    // The settings changed above ask for a deferred notice; an application's event loop
+    // would run it after the event.
+    KSRunLoop::current().runUntilIdle();
     return 0;
 }
