@@ -97,7 +97,10 @@ TEST_F(DependencyFormatterTest, DependentsCellsNameTheDependent) {
 }
 
 TEST_F(DependencyFormatterTest, LeadsPrintInTheProjectsEffortUnits) {
+    const auto& fromFrame = test->prerequisites()[1];
+    EXPECT_EQ(fromFrame->leadTimeString(), "+1d");  // the link's own text of its lead
     project->sharedEffortFormatter()->setHoursPerDay(4.0f);
+    EXPECT_EQ(fromFrame->leadTimeString(), "+2d");
     EXPECT_EQ(list.stringForObjectValue(linksOf(test->prerequisites())), "1, 2.1SS+2d, 2.2FF-10%");
     EXPECT_EQ(list.stringForObjectValue(KSValue(KSArray{})), "");
     EXPECT_EQ(list.stringForObjectValue(KSValue("1, 2")), "");
