@@ -82,6 +82,17 @@ TEST(DurationTextTest, HiddenUnitsFoldIntoTheShownOnes) {
     EXPECT_EQ(print(*formatter, 1.5), "1h 30m");
 }
 
+TEST(DurationTextTest, APlainFormatterPrintsOneNumberInTheLargestUnitItFills) {
+    BKTimeSpanFormatter calendar;  // no splitting, no rounding
+    calendar.setStandardCalendarTime();
+    EXPECT_EQ(calendar.stringForTimeInterval(36.0 * kHour), "1.5d");
+    EXPECT_EQ(calendar.stringForTimeInterval(24.0 * 10 * kHour), "1.43w");
+    EXPECT_EQ(calendar.stringForTimeInterval(0.5 * kHour), "0.5h");
+    std::shared_ptr<BKTimeSpan> span;
+    ASSERT_TRUE(calendar.parseTimeSpan("1w 2d", &span, nullptr));
+    EXPECT_EQ(span->floatValue(), 9.0f * 24.0f * 3600.0f);
+}
+
 TEST(DurationTextTest, VerboseTextWritesTheUnitsOut) {
     auto formatter = projectFormatter();
     formatter->setUseVerboseFormat(true);
