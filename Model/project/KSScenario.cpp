@@ -4,6 +4,7 @@
 
 #include "Model/changes/KSDifferenceEngine.h"
 #include "Model/engine/KSCriticalPath.h"
+#include "Model/formatters/KSDateFormatter.h"
 #include "Model/project/KSProject.h"
 #include "Model/project/KSScenarioPlaceholder.h"
 #include "Model/resources/KSResource.h"
@@ -87,7 +88,11 @@ const KSClassInfo& KSScenario::staticClassInfo() {
     return info;
 }
 
-KSScenario::KSScenario() : name_(KSLocalizedString("Actual")) {}
+KSScenario::KSScenario()
+    : name_(KSLocalizedString("Actual")),
+      sharedDateFormatter_(std::make_shared<KSDateFormatter>()) {
+    sharedDateFormatter_->setScenario(this);
+}
 
 KSScenario::~KSScenario() {
     KSNotificationCenter::defaultCenter().removeObserver(static_cast<const void*>(this));
@@ -102,6 +107,7 @@ KSScenario::~KSScenario() {
     }
     if (rootTask_ && rootTask_->scenario() == this) rootTask_->setScenario(nullptr);
     if (rootResource_ && rootResource_->scenario() == this) rootResource_->setScenario(nullptr);
+    if (sharedDateFormatter_->scenario() == this) sharedDateFormatter_->setScenario(nullptr);
 }
 
 // --- Lifecycle ----------------------------------------------------------------------------
@@ -172,6 +178,7 @@ void KSScenario::invalidate() {
     flags_.isInvalid = true;
     if (rootTask_) rootTask_->setScenario(nullptr);
     if (rootResource_) rootResource_->setScenario(nullptr);
+    sharedDateFormatter_->setScenario(nullptr);
     if (taskDifferenceEngine_) taskDifferenceEngine_->setObject(nullptr);
     if (resourceDifferenceEngine_) resourceDifferenceEngine_->setObject(nullptr);
     if (metadataDifferenceEngine_) metadataDifferenceEngine_->forgetAllObjects();

@@ -41,6 +41,7 @@
 namespace kestrum {
 
 class KSCriticalPath;
+class KSDateFormatter;
 class KSDifferenceEngine;
 class KSIssue;
 class KSProjectItem;
@@ -142,6 +143,11 @@ public:
     // Stores the date; a different one posts "KSProjectDidChangeNotification" at once.
     // Not undoable.
     void setCurrentEditingDate(const KSDateTime& date);
+
+    // The formatter of the plan's dates, made with the scenario; its scenario is this one.
+    const std::shared_ptr<KSDateFormatter>& sharedDateFormatter() const {
+        return sharedDateFormatter_;
+    }
 
     const std::shared_ptr<KSTask>& rootTask() const { return rootTask_; }
     const std::shared_ptr<KSResource>& rootResource() const { return rootResource_; }
@@ -394,6 +400,7 @@ private:
     std::shared_ptr<TMDifferenceEngine> metadataDifferenceEngine_;
     KSBaseObject* nonretainedLoadingContext_ = nullptr;
     Flags flags_;
+    std::shared_ptr<KSDateFormatter> sharedDateFormatter_;
     mutable std::optional<std::vector<std::shared_ptr<KSTask>>> milestones_;
     std::vector<std::shared_ptr<KSCriticalPath>> criticalPaths_;
     std::uint32_t errorCount_ = 0;
