@@ -164,7 +164,7 @@ std::string KSAssignment::stringForAssignments(const KSAssignmentList& assignmen
                            material ? 0.0 : resource->unitsAvailable(), !material));
         }
         if (assignment->specificAssignments()) {
-            text += KSStringWithFormat("[%@]",
+            text += KSStringWithFormat(" [%@]",
                                        stringForAssignments(*assignment->specificAssignments()));
         }
     }
@@ -226,7 +226,7 @@ std::string KSAssignment::changeLogStringForAssignments(const KSAssignmentList& 
         }
         if (assignment->specificAssignments()) {
             text += KSStringWithFormat(
-                "[%@]", changeLogStringForAssignments(*assignment->specificAssignments()));
+                " [%@]", changeLogStringForAssignments(*assignment->specificAssignments()));
         }
     }
     return text;

@@ -294,7 +294,8 @@ bool KSAssignment::specificAssignmentsFullySpecified() const {
         for (const auto& specific : *specificAssignments_)
             sum += specific->unitsAssigned_;
     }
-    return unitsAssigned_ - sum <= 0.0001;
+    // The tolerance is the single-precision 0.0001, as it always was.
+    return unitsAssigned_ - sum <= static_cast<double>(0.0001f);
 }
 
 void KSAssignment::_removalFromGeneralAssignment() {

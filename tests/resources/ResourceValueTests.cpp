@@ -49,6 +49,7 @@ TEST_F(ResourceValueTest, AGroupDerivesUnitsAndEfficiencyFromItsMembers) {
     // A group's units are not set directly.
     testers->setUnitsAvailable(10.0);
     EXPECT_EQ(testers->unitsAvailable(), 3.0);
+    drain();
 
     // Setting a group's efficiency sets every working leaf; undo brings each back.
     testers->setEfficiency(0.8);
@@ -145,6 +146,7 @@ TEST_F(ResourceValueTest, TheTreeIsSearchedDepthFirstAndNeverFindsTheRoot) {
     auto sand = resource("Sand");
     sand->setResourceType(KSResourceType::material());
     auto& root = *scenario->rootResource();
+    EXPECT_TRUE(root.isGroupResource());
     root.setName(std::string("Everyone"));
     EXPECT_EQ(root.findResourceWithName("Everyone"), nullptr);
     EXPECT_EQ(root.findResourceWithName("Ann"), ann);
