@@ -113,17 +113,18 @@ bool KSPercentageFormatter::getObjectValueForString(KSValue* out, std::string_vi
             *errorDescription = KSLocalizedString("Invalid percentage", "Invalid percentage");
         return false;
     }
-    value = std::fabs(value);
+    // The float read is scaled in double precision, so that "5" reads as 0.05.
+    double fraction = std::fabs(static_cast<double>(value));
     // "50" and "50%" both mean one half; "0.5" does too, and "1" means 1%.
-    if (text.find('%') != std::string_view::npos || value >= 1.0f) value *= 0.01f;
-    if (value < minValue_) {
+    if (text.find('%') != std::string_view::npos || fraction >= 1.0) fraction *= 0.01;
+    if (fraction < static_cast<double>(minValue_)) {
         if (errorDescription) {
             *errorDescription = KSStringWithFormat(KSLocalizedString("Units must be at least %@"),
                                                    percentString(static_cast<double>(minValue_)));
         }
         return false;
     }
-    if (out) *out = KSValue(static_cast<double>(value));
+    if (out) *out = KSValue(fraction);
     return true;
 }
 
