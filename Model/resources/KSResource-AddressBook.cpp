@@ -53,16 +53,17 @@ void KSResource::setAddressBookRecord(const std::shared_ptr<KSABRecord>& record)
     if (record == addressBookRecord_) return;
     registerUndo<KSResource>(
         [old = addressBookRecord_](KSResource& r) { r.setAddressBookRecord(old); });
-    setUndoActionName(record ? "Use Address Book Card" : "Stop Using Address Book Card");
     willChangeValueForKey("addressBookRecord");
     addressBookRecord_ = record;
     if (record) missingAddressBookUUID_.reset();
     didChangeValueForKey("addressBookRecord");
-    if (!record) return;
     std::string defaultTitle = KSLocalizedString("Default Resource Title", "Resource 1");
-    if (!name_ || baseNameForUniquedName(*name_) == baseNameForUniquedName(defaultTitle)) {
+    if (record &&
+        (!name_ || baseNameForUniquedName(*name_) == baseNameForUniquedName(defaultTitle))) {
         getInfoFromAddressBook();
     }
+    // Named last: reading the card in names its own steps on the way.
+    setUndoActionName(record ? "Use Address Book Card" : "Stop Using Address Book Card");
 }
 
 bool KSResource::linkAddressBookRecordWithUniqueId(const std::string& uuid) {
