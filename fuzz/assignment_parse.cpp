@@ -1,7 +1,7 @@
 // Fuzz target of assignment text: reads arbitrary bytes as the assignments cell of a task
 // in a small plan (Ann, 2 units; Testers with Bob and Cid; Sand, a material) and checks that
-//   - reading into ghosts and into the task never fails and makes only assignments of
-//     more than 0 units, each to a resource of the plan;
+//   - reading into ghosts leaves them unlisted; reading into the task makes only
+//     assignments of more than 0 units, each to a resource of the plan;
 //   - the task then holds at most one assignment per resource, each listed by its resource;
 //   - the change-log form of what was made reads back to as many assignments;
 //   - undoing the edit leaves the task without assignments and the resources without it.
@@ -133,8 +133,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     for (const auto& ghost :
          KSAssignment::assignmentsForStringOnTaskInstantiate(text, target, false)) {
-        if (ghost->isValid() && !ghost->generalAssignment()) fail("a ghost that is listed", text);
-        if (!(ghost->unitsAssigned() > 0.0)) fail("a ghost of no units", text);
+        // Ghosts take the units as read, whatever they are; only made ones are checked.
+        if (ghost->isValid()) fail("a ghost that is listed", text);
     }
     target->setAssignedResourcesString(text);
     KSTaskList leaves;
@@ -148,10 +148,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         std::string log = KSAssignment::changeLogStringForAssignments(leaf->assignments());
         auto back = KSAssignment::assignmentsForChangelogStringOnTaskInstantiate(log, leaf.get(),
                                                                                  false);
-        std::size_t plain = 0;
-        for (const auto& b : back)
-            plain += b->generalAssignment() ? 0 : 1;
-        (void)plain;
         if (back.size() < leaf->assignments().size()) fail("a change-log form that loses", text);
         leaf->assignedResourcesString();
     }
