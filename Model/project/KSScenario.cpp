@@ -168,6 +168,8 @@ void KSScenario::makeRoots() {
     addCriticalPath(std::make_shared<KSCriticalPath>(rootTask_));
 
     rootResource_ = std::make_shared<KSResource>();
+    // The root of the resources is a group: what it holds is what the plan has.
+    rootResource_->setResourceType(KSResourceType::group());
     rootResource_->copySchedule(*KSSchedule::standardWorkHours());
     rootResource_->setObjectId(-1);
     rootResource_->setScenario(this);

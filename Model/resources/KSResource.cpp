@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Model/changes/KSDifferenceEngine.h"
+#include "Model/formatters/KSResourceNameFormatter.h"
 #include "Model/formatters/KSTimeSpanFormatter.h"
 #include "Model/project/KSProject.h"
 #include "Model/project/KSScenario.h"
@@ -49,7 +50,7 @@ const KSClassInfo& KSResource::staticClassInfo() {
                 });
             b.custom(
                 "emailAddress", KSValue::Type::String,
-                [](const KSResource& r) { return optionalString(r.emailAddress()); },
+                [](const KSResource& r) { return optionalString(r.emailAddress_); },
                 [](KSResource& r, const KSValue& v) {
                     std::optional<std::string> address;
                     if (!readOptionalString(v, &address)) return false;
@@ -58,6 +59,7 @@ const KSClassInfo& KSResource::staticClassInfo() {
                 });
             b.attribute("resourceTypeRank", &KSResource::resourceTypeRank,
                         &KSResource::setResourceTypeRank);
+            _registerValueAttributes(b);
             b.attribute("startOfSchedule", &KSResource::startOfSchedule,
                         &KSResource::setStartOfSchedule);
             b.attribute("endOfSchedule", &KSResource::endOfSchedule, &KSResource::setEndOfSchedule);
@@ -226,34 +228,20 @@ bool KSResource::_isPlanRootResource() const {
     return owner && owner->rootResource().get() == this;
 }
 
-// --- Assignments -------------------------------------------------------------------------------
-
-void KSResource::_addAssignment(const std::shared_ptr<KSAssignment>& assignment) {
-    if (!assignment) return;
-    if (assignment->task() && assignment->task()->isPrototype()) return;
-    willChangeValueForKey("assignments");
-    assignments_.push_back(assignment);
-    didChangeValueForKey("assignments");
-}
-
-void KSResource::_removeAssignment(const std::shared_ptr<KSAssignment>& assignment) {
-    auto it = std::find(assignments_.begin(), assignments_.end(), assignment);
-    if (it == assignments_.end()) return;
-    willChangeValueForKey("assignments");
-    assignments_.erase(it);
-    didChangeValueForKey("assignments");
-}
-
 void KSResource::setName(const std::optional<std::string>& name) {
-    if (name == name_) return;
+    std::optional<std::string> cleaned;
+    if (name) cleaned = KSResourceNameFormatter::replaceUnwantedCharacters(*name);
+    if (cleaned == name_) return;
     // The first naming is part of making the resource, not an edit of its own.
     if (name_) {
         registerUndo<KSResource>([old = name_](KSResource& r) { r.setName(old); });
         setUndoActionName("Set Name");
     }
+    _resourceValuesWillChange();
     willChangeValueForKey("name");
-    name_ = name;
+    name_ = cleaned;
     didChangeValueForKey("name");
+    _resourceValuesDidChange();
     titleDidChange();
 }
 
@@ -263,23 +251,20 @@ void KSResource::setEmailAddress(const std::optional<std::string>& address) {
 }
 
 void KSResource::setResourceTypeRank(std::int32_t rank) {
-    if (rank < KSResourceTypeRankStaff || rank > KSResourceTypeRankGroup) return;
-    if (rank == resourceTypeRank_) return;
-    if (resourceTypeRank_ == KSResourceTypeRankGroup && countOfChildren() > 0) return;
-    registerUndo<KSResource>(
-        [old = resourceTypeRank_](KSResource& r) { r.setResourceTypeRank(old); });
-    setIsGroup(rank == KSResourceTypeRankGroup);
-    willChangeValueForKey("resourceTypeRank");
-    resourceTypeRank_ = rank;
-    didChangeValueForKey("resourceTypeRank");
-    setUndoActionName("Change Resource Type");
+    if (auto type = KSResourceType::resourceTypeWithRank(rank)) setResourceType(type);
 }
 
 std::shared_ptr<KSResource> KSResource::copy() const {
     auto resource = std::make_shared<KSResource>();
     resource->name_ = name_;
     resource->emailAddress_ = emailAddress_;
-    resource->setResourceTypeRank(resourceTypeRank_);
+    resource->_storeResourceType(resourceType_);
+    resource->unitsAvailable_ = unitsAvailable_;
+    resource->efficiency_ = efficiency_;
+    resource->costPerUse_ = costPerUse_;
+    resource->costPerHour_ = costPerHour_;
+    resource->addressBookRecord_ = addressBookRecord_;
+    resource->missingAddressBookUUID_ = missingAddressBookUUID_;
     resource->copySchedule(*schedule_);
     return resource;
 }
@@ -287,6 +272,8 @@ std::shared_ptr<KSResource> KSResource::copy() const {
 void KSResource::setScenario(KSScenario* scenario) {
     KSScenario* old = this->scenario();
     if (scenario == old) return;
+    // The assignments belong to the plan that is left.
+    if (old && !old->isInvalid()) removeAllAssignments();
     KSProjectItem::setScenario(scenario);
     if (old) old->resourceWillBeRemoved(*this);
     if (scenario) scenario->resourceWillBeInserted(*this);

@@ -38,7 +38,7 @@ public:
     // The text to edit; the printed text by default.
     virtual std::string editingStringForObjectValue(const KSValue& value);
     // The printed text carrying `attributes` over its whole length.
-    std::shared_ptr<TWTextStorage> attributedStringForObjectValueWithDefaultAttributes(
+    virtual std::shared_ptr<TWTextStorage> attributedStringForObjectValueWithDefaultAttributes(
         const KSValue& value, const KSDictionary& attributes);
 
     // Reads `text`: true with the value in `out`, or false with a description of the

@@ -211,8 +211,9 @@ TEST_F(ResourceCalendarTest, AResourcesCalendarReachesTheTasksAssignedToIt) {
     EXPECT_TRUE(scenario->tasksNeedingRevalidation().empty());
     EXPECT_EQ(aInvalidated + bInvalidated + cInvalidated, 0);
 
-    auto assignment = std::make_shared<KSAssignment>(a.get(), ann.get());
-    ann->_addAssignment(assignment);
+    auto assignment = KSAssignment::assignmentWithTaskAndUnitsOfResource(a.get(), 1.0, ann.get());
+    drain();
+    aInvalidated = bInvalidated = 0;
     ASSERT_EQ(ann->assignments().size(), 1u);
     ann->setStandardHoursString("-;-;;-;-;-;-");
     EXPECT_EQ(aInvalidated, 1);
@@ -221,10 +222,12 @@ TEST_F(ResourceCalendarTest, AResourcesCalendarReachesTheTasksAssignedToIt) {
     EXPECT_EQ(span(b), "2024-01-09T08:00 - 2024-01-09T17:00");
     EXPECT_EQ(span(c), "2024-01-08T08:00 - 2024-01-08T17:00");
 
-    ann->_removeAssignment(assignment);
+    assignment->remove();
+    drain();
+    aInvalidated = 0;
     EXPECT_TRUE(ann->assignments().empty());
     ann->setStandardHoursString("-;-;-;-;-;-;-");
-    EXPECT_EQ(aInvalidated, 1);
+    EXPECT_EQ(aInvalidated, 0);
 }
 
 // A task keeps the scheduling it answers with until it is told to drop it, and never takes
