@@ -16,9 +16,6 @@ const KSNotificationName KSScheduleDidChangeNotification("ScheduleDidChangeNotif
 
 namespace {
 
-constexpr const char* kOvertimeCalendarName = "Overtime";
-constexpr const char* kTimeOffCalendarName = "Time Off";
-
 auto dayNumberLess = [](const std::shared_ptr<KSScheduledDay>& day, std::int64_t n) {
     return day->dayNumber() < n;
 };
@@ -199,9 +196,9 @@ std::shared_ptr<KSCalendar> KSSchedule::calendarNamed(std::string_view name) con
 }
 
 std::shared_ptr<KSCalendar> KSSchedule::overtimeCalendar() {
-    if (auto calendar = calendarNamed(kOvertimeCalendarName)) return calendar;
+    if (auto calendar = calendarNamed(KSOvertimeCalendarName)) return calendar;
     auto calendar = KSCalendar::calendarWithSchedule(this);
-    calendar->setName(kOvertimeCalendarName);
+    calendar->setName(KSOvertimeCalendarName);
     calendar->setEditable(true);
     calendar->setOvertime(true);
     calendars_.push_back(calendar);
@@ -209,9 +206,9 @@ std::shared_ptr<KSCalendar> KSSchedule::overtimeCalendar() {
 }
 
 std::shared_ptr<KSCalendar> KSSchedule::timeOffCalendar() {
-    if (auto calendar = calendarNamed(kTimeOffCalendarName)) return calendar;
+    if (auto calendar = calendarNamed(KSTimeOffCalendarName)) return calendar;
     auto calendar = KSCalendar::calendarWithSchedule(this);
-    calendar->setName(kTimeOffCalendarName);
+    calendar->setName(KSTimeOffCalendarName);
     calendar->setEditable(true);
     calendar->setOvertime(false);
     calendars_.push_back(calendar);
@@ -220,20 +217,28 @@ std::shared_ptr<KSCalendar> KSSchedule::timeOffCalendar() {
 
 void KSSchedule::addCalendar(const std::shared_ptr<KSCalendar>& calendar) {
     if (!calendar) return;
+    _insertCalendarAtIndex(calendar, calendar->isEditable() ? calendars_.size() : 0);
+}
+
+void KSSchedule::_insertCalendarAtIndex(const std::shared_ptr<KSCalendar>& calendar,
+                                        std::size_t index) {
     calendarsDidChange_ = true;
+    if (std::find(calendars_.begin(), calendars_.end(), calendar) != calendars_.end()) return;
+    registerUndo([calendar](KSSchedule& s) { s.removeCalendar(calendar); });
     calendar->setSchedule(this);
-    if (calendar->isEditable()) {
-        calendars_.push_back(calendar);
-    } else {
-        calendars_.insert(calendars_.begin(), calendar);
-    }
+    index = std::min(index, calendars_.size());
+    calendars_.insert(calendars_.begin() + static_cast<std::ptrdiff_t>(index), calendar);
 }
 
 void KSSchedule::removeCalendar(const std::shared_ptr<KSCalendar>& calendar) {
     calendarsDidChange_ = true;
     auto it = std::find(calendars_.begin(), calendars_.end(), calendar);
     if (it == calendars_.end()) return;
+    // Undo puts it back in its place: the order of calendars decides overlapping events.
+    std::size_t index = static_cast<std::size_t>(it - calendars_.begin());
+    registerUndo([calendar, index](KSSchedule& s) { s._insertCalendarAtIndex(calendar, index); });
     calendars_.erase(it);
+    if (calendar->schedule() == this) calendar->setSchedule(nullptr);
 }
 
 void KSSchedule::calendarDidChange(KSCalendar*) {
