@@ -77,7 +77,9 @@ void KSCalendar::eventsDidChange() {
 
 // --- Events ------------------------------------------------------------------------------------
 
-void KSCalendar::addEvent(const std::shared_ptr<KSCalendarEvent>& event) {
+void KSCalendar::addEvent(const std::shared_ptr<KSCalendarEvent>& given) {
+    // Held here: the argument may be an element of the list that is about to change.
+    const std::shared_ptr<KSCalendarEvent> event = given;
     if (!event) return;
     registerUndo([event](KSCalendar& c) { c.removeEvent(event); });
     willChangeValueForKey("events");
@@ -87,7 +89,8 @@ void KSCalendar::addEvent(const std::shared_ptr<KSCalendarEvent>& event) {
     eventsDidChange();
 }
 
-void KSCalendar::removeEvent(const std::shared_ptr<KSCalendarEvent>& event) {
+void KSCalendar::removeEvent(const std::shared_ptr<KSCalendarEvent>& given) {
+    const std::shared_ptr<KSCalendarEvent> event = given;
     auto it = std::find(events_.begin(), events_.end(), event);
     if (it == events_.end()) return;
     registerUndo([event](KSCalendar& c) { c.addEvent(event); });
@@ -112,12 +115,13 @@ void KSCalendar::_setEvents(EventList events) {
 }
 
 void KSCalendar::subtractEvent(const std::shared_ptr<KSCalendarEvent>& given) {
-    if (!given || given->start().isNull() || given->end().isNull()) return;
-    const KSDateTime cutStart = given->start();
-    const KSDateTime cutEnd = given->end();
+    const std::shared_ptr<KSCalendarEvent> cut = given;
+    if (!cut || cut->start().isNull() || cut->end().isNull()) return;
+    const KSDateTime cutStart = cut->start();
+    const KSDateTime cutEnd = cut->end();
     const EventList snapshot = events_;
     for (const auto& event : snapshot) {
-        if (event == given || event->start().isNull() || event->end().isNull()) continue;
+        if (event == cut || event->start().isNull() || event->end().isNull()) continue;
         if (event->start().isLaterThanDate(cutEnd) || event->end().isEarlierThanDate(cutStart))
             continue;
         // Days before the cut's first day and after its last day stay, as copies.

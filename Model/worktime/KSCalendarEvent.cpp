@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include <unicode/utf8.h>
+
 #include "Model/worktime/KSCalendar.h"
 #include "Model/worktime/KSSchedule.h"
 #include "Platform/calendar/ANCalRepetition.h"
@@ -16,6 +18,26 @@ namespace {
 
 // Instances from this year on take no effect on working time.
 constexpr std::int32_t kLastRepetitionYear = 2020;
+
+// The text with each byte that is not part of UTF-8 replaced by U+FFFD, since property
+// lists hold UTF-8 strings only.
+std::string validUTF8(const std::string& text) {
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+    const auto length = static_cast<std::int32_t>(text.size());
+    std::string result;
+    result.reserve(text.size());
+    for (std::int32_t i = 0; i < length;) {
+        const std::int32_t from = i;
+        UChar32 c;
+        U8_NEXT(bytes, i, length, c);
+        if (c < 0) {
+            result += "\xEF\xBF\xBD";
+        } else {
+            result.append(text, static_cast<std::size_t>(from), static_cast<std::size_t>(i - from));
+        }
+    }
+    return result;
+}
 
 KSError eventError(const std::string& message) {
     return KSError::errorWithDescription("Kestrum", 1, message);
@@ -196,7 +218,7 @@ const KSDictionary& KSCalendarEvent::changeDictionary() const {
         dictionary.setObjectForKey("et",
                                    KSValue::floatNumber(static_cast<float>(end_.timeOfDay())));
     }
-    if (!title_.empty()) dictionary.setObjectForKey("t", KSValue(title_));
+    if (!title_.empty()) dictionary.setObjectForKey("t", KSValue(validUTF8(title_)));
     if (repetition_) dictionary.setObjectForKey("r", KSValue(repetition_->rrule()));
     changeDictionary_ = std::make_shared<const KSDictionary>(std::move(dictionary));
     return *changeDictionary_;

@@ -220,8 +220,10 @@ void KSSchedule::addCalendar(const std::shared_ptr<KSCalendar>& calendar) {
     _insertCalendarAtIndex(calendar, calendar->isEditable() ? calendars_.size() : 0);
 }
 
-void KSSchedule::_insertCalendarAtIndex(const std::shared_ptr<KSCalendar>& calendar,
+void KSSchedule::_insertCalendarAtIndex(const std::shared_ptr<KSCalendar>& given,
                                         std::size_t index) {
+    // Held here: the argument may be an element of the list that is about to change.
+    const std::shared_ptr<KSCalendar> calendar = given;
     calendarsDidChange_ = true;
     if (std::find(calendars_.begin(), calendars_.end(), calendar) != calendars_.end()) return;
     registerUndo([calendar](KSSchedule& s) { s.removeCalendar(calendar); });
@@ -230,7 +232,8 @@ void KSSchedule::_insertCalendarAtIndex(const std::shared_ptr<KSCalendar>& calen
     calendars_.insert(calendars_.begin() + static_cast<std::ptrdiff_t>(index), calendar);
 }
 
-void KSSchedule::removeCalendar(const std::shared_ptr<KSCalendar>& calendar) {
+void KSSchedule::removeCalendar(const std::shared_ptr<KSCalendar>& given) {
+    const std::shared_ptr<KSCalendar> calendar = given;
     calendarsDidChange_ = true;
     auto it = std::find(calendars_.begin(), calendars_.end(), calendar);
     if (it == calendars_.end()) return;

@@ -1,6 +1,7 @@
 #include "Platform/calendar/ANCalFile.h"
 
 #include <libical/ical.h>
+#include <unicode/utf8.h>
 
 #include <algorithm>
 #include <fstream>
@@ -60,6 +61,17 @@ std::string excerpt(std::string_view text) {
     std::string shown(text.substr(0, kLength));
     if (text.size() > kLength) shown += "\u2026";
     return "\u201c" + shown + "\u201d";
+}
+
+bool isUTF8(std::string_view text) {
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+    const auto length = static_cast<std::int32_t>(text.size());
+    for (std::int32_t i = 0; i < length;) {
+        UChar32 c;
+        U8_NEXT(bytes, i, length, c);
+        if (c < 0) return false;
+    }
+    return true;
 }
 
 bool isRealTime(const icaltimetype& time) {
@@ -154,6 +166,8 @@ private:
 
     bool scanLine(const ContentLine& content) {
         const std::string& text = content.text;
+        // The text of a calendar is UTF-8; titles and names go on into the model as such.
+        if (!isUTF8(text)) return fail(content.line, "The line is not UTF-8 text.");
         std::size_t nameEnd = text.find_first_of(";:");
         std::size_t colon = std::string::npos;
         bool quoted = false;

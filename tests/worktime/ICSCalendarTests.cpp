@@ -215,6 +215,8 @@ TEST_F(MalformedICS, AreRefusedNamingTheFileAndTheLine) {
         {calendarText({}) + "BEGIN:VCALENDAR\r\n", 4, "Text follows the end of the calendar."},
         {std::string("BEGIN:VCALENDAR\r\nX-NAME:a\0b\r\nEND:VCALENDAR\r\n", 39), 2,
          "The line holds a NUL character."},
+        {calendarText({"BEGIN:VEVENT", "DTSTART:20240105T090000", "SUMMARY:Caf\xe9", "END:VEVENT"}),
+         5, "The line is not UTF-8 text."},
     };
     for (const auto& c : cases) {
         KSError error = errorFor(c.text);

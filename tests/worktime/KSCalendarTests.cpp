@@ -194,6 +194,17 @@ TEST_F(CalendarTest, TheTextFormRoundTripsThroughSinglePrecision) {
               kStandardDay);
 }
 
+TEST_F(CalendarTest, TitlesThatAreNotUTF8AreWrittenWithReplacementCharacters) {
+    auto calendar = schedule->timeOffCalendar();
+    edit([&](KSSchedule&) {
+        calendar->addEvent(event(on(kMonday, 0), on(kTuesday, 0), "Caf\xe9"));
+    });
+    auto other = KSSchedule::schedule()->timeOffCalendar();
+    ASSERT_TRUE(other->setInternalChangeString(calendar->internalChangeString()));
+    ASSERT_EQ(other->events().size(), 1u);
+    EXPECT_EQ(other->events()[0]->title(), "Caf\uFFFD");
+}
+
 // The base 64 of a property list of `value`.
 std::string textOf(const KSValue& value) {
     return KSBase64Encode(
