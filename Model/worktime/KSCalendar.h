@@ -44,6 +44,7 @@ public:
     // initWithSchedule: an editable time-off calendar with no name and no events.
     explicit KSCalendar(KSSchedule* schedule = nullptr);
     ~KSCalendar() override;
+    // The same, held by a shared_ptr (as calendars must be for undo).
     static std::shared_ptr<KSCalendar> calendarWithSchedule(KSSchedule* schedule);
     // A calendar that is not editable holding the events of an iCalendar file as time off,
     // named by the file's X-WR-CALNAME or else by the file's name without extension. A
@@ -58,11 +59,13 @@ public:
                                                            std::string_view path,
                                                            KSError* error = nullptr);
 
+    // The schedule the calendar belongs to (not retained), or null.
     KSSchedule* schedule() const { return nonretainedSchedule_; }
     void setSchedule(KSSchedule* schedule) { nonretainedSchedule_ = schedule; }
     // "Time Off" and "Overtime" are the two special names.
     const std::string& name() const { return name_; }
     void setName(std::string name) { name_ = std::move(name); }
+    // False for a calendar from outside, whose events record no undo; true by default.
     bool isEditable() const { return isEditable_; }
     void setEditable(bool editable) { isEditable_ = editable; }
     // True: events add working time; false: they remove it.
@@ -71,12 +74,15 @@ public:
     // Set while repeating events are expanded, which silences their change reports.
     bool isGeneratingRepetitionEvents() const { return generatingRepetitionEvents_; }
 
+    // In the order they were added; applying sorts them by start.
     const EventList& events() const { return events_; }
     // Takes the event (whatever calendar it had), with undo, and tells the schedule.
     void addEvent(const std::shared_ptr<KSCalendarEvent>& event);
+    // Removes the event by identity, with undo; nothing for a stranger.
     void removeEvent(const std::shared_ptr<KSCalendarEvent>& event);
     // Replaces all events, with undo of the old list.
     void _setEvents(EventList events);
+    // _setEvents with an empty list.
     void removeAllEvents() { _setEvents({}); }
     // Takes the time of `event` out of every other event: an event partly covered is
     // shortened, one with the time in its middle is split in two, one wholly covered is

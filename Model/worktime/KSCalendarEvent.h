@@ -49,8 +49,10 @@ public:
     // No calendar; the same start, end, title and repetition (shared).
     std::shared_ptr<KSCalendarEvent> copy() const;
 
+    // The calendar whose list holds the event (not retained), or null.
     KSCalendar* calendar() const { return nonretainedCalendar_; }
     void setCalendar(KSCalendar* calendar) { nonretainedCalendar_ = calendar; }
+    // The first moment, and the end: at time 0 it closes the day before.
     const KSDateTime& start() const { return start_; }
     const KSDateTime& end() const { return end_; }
     // Empty for no title.

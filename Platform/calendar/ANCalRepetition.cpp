@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <mutex>
+#include <tuple>
 
 #include "Platform/calendar/ANCalError.h"
 #include "Platform/calendar/ANCalPrivate.h"
@@ -62,14 +63,19 @@ icaltimetype floatingTime(const std::tm& tm) {
     return time;
 }
 
+bool isLater(const ANCalRepetitionInstance& a, const ANCalRepetitionInstance& b) {
+    return std::tie(a.year, a.month, a.day, a.hour, a.minute, a.second) >
+           std::tie(b.year, b.month, b.day, b.hour, b.minute, b.second);
+}
+
 std::string quoted(std::string_view rrule) {
     return "\u201c" + std::string(rrule.substr(0, 200)) + "\u201d";
 }
 
 }  // namespace
 
-// libical's rule, with the calendar scale that it points to kept here: libical parses
-// that name into a temporary buffer of its own.
+// libical's rule, with the name of its calendar scale (RSCALE) kept here, where the rule
+// points to it.
 struct ANCalRepetition::Rule {
     icalrecurrencetype recurrence;
     std::string scale;
@@ -95,13 +101,15 @@ std::shared_ptr<ANCalRepetition> ANCalRepetition::repetitionWithRRule(std::strin
     icalerror_clear_errno();
     auto rule = std::make_unique<Rule>();
     rule->recurrence = icalrecurrencetype_from_string(source.c_str());
+    if (rule->recurrence.rscale) {
+        // libical hands the name over in a buffer of its own, which nothing else frees.
+        rule->scale = rule->recurrence.rscale;
+        icalmemory_free_buffer(rule->recurrence.rscale);
+        rule->recurrence.rscale = rule->scale.data();
+    }
     if (rule->recurrence.freq == ICAL_NO_RECURRENCE || icalerrno != ICAL_NO_ERROR) {
         icalerror_clear_errno();
         return refuse("The repetition rule %@ cannot be read as an RRULE.");
-    }
-    if (rule->recurrence.rscale) {
-        rule->scale = rule->recurrence.rscale;
-        rule->recurrence.rscale = rule->scale.data();
     }
     const icalrecurrencetype& r = rule->recurrence;
     if (r.freq < ICAL_DAILY_RECURRENCE)
@@ -132,6 +140,7 @@ void ANCalRepetition::dropWalk() {
     iterator_ = nullptr;
     position_ = -1;
     current_ = {};
+    callsInWalk_ = 0;
 }
 
 void ANCalRepetition::setStartDate(KSDate date) {
@@ -158,20 +167,23 @@ ANCalRepetitionInstance ANCalRepetition::instanceAtIndex(std::int32_t index) {
     if ((!iterator_ || position_ > index) && !restartWalk()) return {};
     while (position_ < index) {
         icaltimetype next = icalrecur_iterator_next(iterator_);
-        if (icaltime_is_null_time(next)) {
+        if (icaltime_is_null_time(next) || ++callsInWalk_ > 2 * kMaximumInstances) {
             icalerror_clear_errno();
             dryFrom_ = position_ + 1;
             return {};
         }
+        ANCalRepetitionInstance instance = {true,
+                                            position_ + 1,
+                                            next.year,
+                                            next.month,
+                                            next.day,
+                                            next.is_date ? 0 : next.hour,
+                                            next.is_date ? 0 : next.minute,
+                                            next.is_date ? 0 : next.second};
+        // libical gives a moment twice when the rule names it twice (BYDAY=MO,FR,FR).
+        if (current_.isValid && !isLater(instance, current_)) continue;
         ++position_;
-        current_ = {true,
-                    position_,
-                    next.year,
-                    next.month,
-                    next.day,
-                    next.is_date ? 0 : next.hour,
-                    next.is_date ? 0 : next.minute,
-                    next.is_date ? 0 : next.second};
+        current_ = instance;
     }
     return current_;
 }

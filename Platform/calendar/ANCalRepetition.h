@@ -3,8 +3,9 @@
 //
 // A repetition reads and writes RRULE text ("FREQ=WEEKLY;BYDAY=FR;UNTIL=20191231") and
 // walks the instances of its rule from a start date, in local wall-clock time. Instances
-// are small records handed out in order; the walk goes on from the last one it gave
-// without starting over, and remembers where it ran dry.
+// are small records handed out strictly in order (a moment that libical gives twice, as
+// for BYDAY=MO,FR,FR, comes once); the walk goes on from the last one it gave without
+// starting over, and remembers where it ran dry.
 //
 // Limits, so that no rule can stall its caller:
 //   - a rule repeats at most once a day: its frequency is DAILY or longer, and BYHOUR,
@@ -95,6 +96,8 @@ private:
     ANCalRepetitionInstance current_;
     // The first index that the walk from this start date does not reach.
     std::int32_t dryFrom_ = kMaximumInstances;
+    // Instances libical gave in this walk, repeated ones included.
+    std::int32_t callsInWalk_ = 0;
 };
 
 }  // namespace kestrum

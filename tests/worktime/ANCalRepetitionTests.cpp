@@ -2,6 +2,9 @@
 // start date, the ends of a walk, and the rules that are refused.
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include "Platform/calendar/ANCalError.h"
 #include "Platform/calendar/ANCalPrivate.h"
 #include "Platform/calendar/ANCalRepetition.h"
@@ -112,6 +115,19 @@ TEST(ANCalRepetition, RefusesRulesItCannotReadOrThatRepeatWithinADay) {
     EXPECT_NE(error.localizedDescription().find("NUL"), std::string::npos);
     // One time of day is fine.
     EXPECT_NE(ANCalRepetition::repetitionWithRRule("FREQ=DAILY;BYHOUR=9;BYMINUTE=30"), nullptr);
+}
+
+TEST(ANCalRepetition, AMomentNamedTwiceComesOnce) {
+    auto twice = rule("FREQ=WEEKLY;BYDAY=MO,FR,FR");
+    twice->setStartDate(local(2019, 12, 2, 9));
+    std::vector<std::string> days;
+    for (auto i = twice->firstRepetitionInstance(); i.isValid && days.size() < 4;
+         i = twice->nextRepetitionInstance(i)) {
+        days.push_back(ymd(i));
+        EXPECT_EQ(i.index, static_cast<int>(days.size()) - 1);
+    }
+    EXPECT_EQ(days, (std::vector<std::string>{"2019-12-02 09:00", "2019-12-06 09:00",
+                                              "2019-12-09 09:00", "2019-12-13 09:00"}));
 }
 
 TEST(ANCalRepetition, WalksEndWhereTheRuleDoes) {
