@@ -63,6 +63,19 @@ icaltimetype floatingTime(const std::tm& tm) {
     return time;
 }
 
+std::string upperCase(std::string text) {
+    for (char& c : text) {
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+    }
+    return text;
+}
+
+// Whether libical's instance is a moment that exists; anything else ends a walk.
+bool isRealMoment(const ANCalRepetitionInstance& i) {
+    return i.month >= 1 && i.month <= 12 && i.day >= 1 && i.day <= 31 && i.hour >= 0 &&
+           i.hour <= 23 && i.minute >= 0 && i.minute <= 59 && i.second >= 0 && i.second <= 60;
+}
+
 bool isLater(const ANCalRepetitionInstance& a, const ANCalRepetitionInstance& b) {
     return std::tie(a.year, a.month, a.day, a.hour, a.minute, a.second) >
            std::tie(b.year, b.month, b.day, b.hour, b.minute, b.second);
@@ -114,6 +127,15 @@ std::shared_ptr<ANCalRepetition> ANCalRepetition::repetitionWithRRule(std::strin
     const icalrecurrencetype& r = rule->recurrence;
     if (r.freq < ICAL_DAILY_RECURRENCE)
         return refuse("The repetition rule %@ repeats more often than once a day.");
+    if (rule->scale.empty() || upperCase(rule->scale) == "GREGORIAN") {
+        // libical walks a Gregorian leap month into dates that do not exist.
+        for (int i = 0; i < countOfValues(r.by_month, ICAL_BY_MONTH_SIZE); ++i) {
+            if (icalrecurrencetype_month_is_leap(r.by_month[i]))
+                return refuse(
+                    "The repetition rule %@ names a leap month, which the Gregorian "
+                    "calendar does not have.");
+        }
+    }
     if (countOfValues(r.by_hour, ICAL_BY_HOUR_SIZE) > 1 ||
         countOfValues(r.by_minute, ICAL_BY_MINUTE_SIZE) > 1 ||
         countOfValues(r.by_second, ICAL_BY_SECOND_SIZE) > 1) {
@@ -180,6 +202,10 @@ ANCalRepetitionInstance ANCalRepetition::instanceAtIndex(std::int32_t index) {
                                             next.is_date ? 0 : next.hour,
                                             next.is_date ? 0 : next.minute,
                                             next.is_date ? 0 : next.second};
+        if (!isRealMoment(instance)) {
+            dryFrom_ = position_ + 1;
+            return {};
+        }
         // libical gives a moment twice when the rule names it twice (BYDAY=MO,FR,FR).
         if (current_.isValid && !isLater(instance, current_)) continue;
         ++position_;

@@ -100,6 +100,8 @@ TEST(ANCalRepetition, RefusesRulesItCannotReadOrThatRepeatWithinADay) {
         {"FREQ=WEEKLY;BYMINUTE=0,30", "repeats more than once on one day."},
         {"FREQ=WEEKLY;BYMONTHDAY=30;BYMONTH=2", "combines parts that cannot go together."},
         {"FREQ=YEARLY;BYYEARDAY=366;BYMONTH=1", "combines parts that cannot go together."},
+        {"FREQ=YEARLY;BYMONTH=2L;BYMONTHDAY=29",
+         "names a leap month, which the Gregorian calendar does not have."},
     };
     for (const auto& c : cases) {
         KSError error;
@@ -113,8 +115,11 @@ TEST(ANCalRepetition, RefusesRulesItCannotReadOrThatRepeatWithinADay) {
     EXPECT_EQ(ANCalRepetition::repetitionWithRRule(std::string_view("FREQ=DAILY\0X", 12), &error),
               nullptr);
     EXPECT_NE(error.localizedDescription().find("NUL"), std::string::npos);
-    // One time of day is fine.
+    // One time of day is fine, and so is a leap month of a calendar that has them.
     EXPECT_NE(ANCalRepetition::repetitionWithRRule("FREQ=DAILY;BYHOUR=9;BYMINUTE=30"), nullptr);
+    auto adar = rule("RSCALE=HEBREW;FREQ=YEARLY;BYMONTH=5L;BYMONTHDAY=8");
+    adar->setStartDate(local(2019, 1, 1, 9));
+    EXPECT_EQ(ymd(adar->firstRepetitionInstance()), "2019-02-13 09:00");
 }
 
 TEST(ANCalRepetition, AMomentNamedTwiceComesOnce) {
