@@ -494,8 +494,18 @@ void KSSchedule::removeExceptionalScheduleForDate(const KSDateTime& date) {
     removeExceptionalScheduleForDay(*place);
 }
 
+std::vector<std::shared_ptr<KSScheduledDay>>::iterator KSSchedule::_placeOfException(
+    const KSScheduledDay* day) {
+    // By day number: applying a calendar reports each of thousands of days.
+    auto place =
+        std::lower_bound(exceptions_.begin(), exceptions_.end(), day->dayNumber(), dayNumberLess);
+    if (place != exceptions_.end() && place->get() == day) return place;
+    return exceptions_.end();
+}
+
 void KSSchedule::removeExceptionalScheduleForDay(const std::shared_ptr<KSScheduledDay>& day) {
-    auto it = std::find(exceptions_.begin(), exceptions_.end(), day);
+    if (!day) return;
+    auto it = _placeOfException(day.get());
     if (it == exceptions_.end()) return;
     std::shared_ptr<KSScheduledDay> removed = *it;
     exceptions_.erase(it);
@@ -518,12 +528,10 @@ void KSSchedule::scheduleDidChangeForDay(KSScheduledDay* day) {
         calendarsDidChange_ = true;
         return;
     }
-    for (const auto& exception : exceptions_) {
-        if (exception.get() != day) continue;
-        if (day->isEqualToScheduledDay(*dayStandingInPlaceOf(day->date()))) {
-            removeExceptionalScheduleForDay(exception);
-        }
-        return;
+    auto exception = _placeOfException(day);
+    if (exception == exceptions_.end()) return;
+    if (day->isEqualToScheduledDay(*dayStandingInPlaceOf(day->date()))) {
+        removeExceptionalScheduleForDay(std::shared_ptr<KSScheduledDay>(*exception));
     }
 }
 

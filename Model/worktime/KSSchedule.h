@@ -203,6 +203,9 @@ private:
     void registerUndo(F&& action);
     void _setCustomScheduleForDayOfTheWeek(int weekday, std::shared_ptr<KSScheduledDay> day);
     void _insertCalendarAtIndex(const std::shared_ptr<KSCalendar>& calendar, std::size_t index);
+    // Where `day` stands in the local exceptions, or their end.
+    std::vector<std::shared_ptr<KSScheduledDay>>::iterator _placeOfException(
+        const KSScheduledDay* day);
     std::shared_ptr<KSScheduledDay> dayStandingInPlaceOf(const KSDateTime& date) const;
     void dropCaches();
     void addTimeOffEvent(std::int64_t dayNumber, double from, double to);

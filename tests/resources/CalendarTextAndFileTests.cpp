@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include <unistd.h>
+
 #include "Platform/calendar/ANCalError.h"
 #include "Platform/calendar/ANCalRepetition.h"
 #include "Platform/core/KSLog.h"
