@@ -33,6 +33,10 @@ bool readOptionalString(const KSValue& value, std::optional<std::string>* out) {
     return true;
 }
 
+std::string emptyCalendarText() {
+    return KSCalendar::internalChangeStringForEvents({});
+}
+
 }  // namespace
 
 const KSClassInfo& KSResource::staticClassInfo() {
@@ -69,6 +73,35 @@ const KSClassInfo& KSResource::staticClassInfo() {
                 [](KSResource& r, const KSValue& v) {
                     if (!v.isString()) return false;
                     r.setStandardHoursString(v.asString());
+                    return true;
+                });
+            // Calendar texts: a null value stands for a calendar with no events.
+            b.custom(
+                "timeOffString", KSValue::Type::String,
+                [](const KSResource& r) { return KSValue(r.timeOffString()); },
+                [](KSResource& r, const KSValue& v) {
+                    if (!v.isNull() && !v.isString()) return false;
+                    r.setTimeOffString(v.isNull() ? emptyCalendarText() : v.asString());
+                    return true;
+                });
+            b.custom(
+                "overtimeString", KSValue::Type::String,
+                [](const KSResource& r) { return KSValue(r.overtimeString()); },
+                [](KSResource& r, const KSValue& v) {
+                    if (!v.isNull() && !v.isString()) return false;
+                    r.setOvertimeString(v.isNull() ? emptyCalendarText() : v.asString());
+                    return true;
+                });
+            b.custom(
+                "otherCalendarsDict", KSValue::Type::Dictionary,
+                [](const KSResource& r) {
+                    std::optional<KSDictionary> calendars = r.otherCalendarsDict();
+                    return calendars ? KSValue(*calendars) : KSValue();
+                },
+                [](KSResource& r, const KSValue& v) {
+                    if (!v.isNull() && !v.isDictionary()) return false;
+                    r.setOtherCalendarsDict(v.isNull() ? std::nullopt
+                                                       : std::optional(v.asDictionary()));
                     return true;
                 });
             b.readOnly("hasCustomNormalSchedule", &KSResource::hasCustomNormalSchedule);

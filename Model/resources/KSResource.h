@@ -15,7 +15,10 @@
 // schedule is the plan's calendar, and is that schedule's delegate: it answers with the
 // plan's undo manager and granularity and the generic week of the project's duration
 // formatter, and turns a change of the schedule into invalidated task dates (every task
-// for the plan's calendar, the tasks of its assignments for any other).
+// for the plan's calendar, the tasks of its assignments for any other). Its calendars
+// appear as plain text attributes ("timeOffString", "overtimeString",
+// "otherCalendarsDict") so that change tracking can compare them, and an iCalendar file
+// of holidays can be added as time off.
 //
 //   auto resource = scenario->newResourceOfType(KSResourceTypeRankStaff);
 //   scenario->rootResource()->insertObjectInChildrenAtIndex(resource, 0);
@@ -26,6 +29,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Model/project/KSProjectItem.h"
@@ -38,6 +42,8 @@ namespace kestrum {
 class KSABRecord;
 class KSAssignedUnitsValue;
 class KSAssignment;
+class KSCalendar;
+class KSError;
 class KSResource;
 class KSSchedule;
 class KSTask;
@@ -110,6 +116,33 @@ public:
     void setStandardHoursString(const std::string& text);
     // The schedule that this resource's schedule inherits from: the parent's, or null.
     std::shared_ptr<KSSchedule> inheritedScheduleForSchedule() const;
+
+    // --- Calendars as attributes -----------------------------------------------------------
+    // The text form of the "Time Off" / "Overtime" calendar (KSCalendar's
+    // internalChangeString); that of an empty calendar when there is none.
+    std::string timeOffString() const;
+    std::string overtimeString() const;
+    // Replace the events of that calendar (made when missing) between the schedule's change
+    // brackets, so that undo puts them back and the dates they feed are invalidated. Text
+    // that KSCalendar refuses changes nothing: false, a line in the log and `error`.
+    bool setTimeOffString(std::string_view text, KSError* error = nullptr);
+    bool setOvertimeString(std::string_view text, KSError* error = nullptr);
+    // Calendar name to text form for every calendar but the two special ones; null when
+    // there are none.
+    std::optional<KSDictionary> otherCalendarsDict() const;
+    // Sets the text of each named calendar, making the missing ones (editable), and removes
+    // every other calendar but the two special ones, between the change brackets and
+    // undoably; a calendar that is not editable is replaced by a new one with the new
+    // events, since its events record no undo. A value that is not a text form KSCalendar
+    // reads changes nothing: false and `error`.
+    bool setOtherCalendarsDict(const std::optional<KSDictionary>& calendars,
+                               KSError* error = nullptr);
+    // Adds the events of an iCalendar file as time off, in a calendar that is not editable
+    // (KSCalendar::calendarWithContentsOfICSFile), undoably ("Import Calendar"). A calendar
+    // read before under the same name gives way to the new one; the new one is renamed
+    // ("Holidays 1") when the name belongs to an editable calendar or a special one. A file
+    // that cannot be read changes nothing: false and `error`, naming the file and the line.
+    bool addCalendarFromICSFile(const std::string& path, KSError* error = nullptr);
 
     // --- KSScheduleDelegate --------------------------------------------------------------
     // The plan's undo manager, or null outside a plan.
@@ -314,6 +347,12 @@ private:
     std::shared_ptr<KSSchedule> _parentSchedule() const;
     // Whether this is the plan's root resource, whose schedule is the plan's calendar.
     bool _isPlanRootResource() const;
+    // Sets the text of a special calendar, announcing `key`.
+    bool _setSpecialCalendarString(bool overtime, std::string_view key, std::string_view text,
+                                   KSError* error);
+    // Puts `calendar` in the schedule under a name no editable or special calendar has,
+    // in place of a calendar that is not editable with its name.
+    void _placeCalendar(const std::shared_ptr<KSCalendar>& calendar);
 
     // Adds the keyed attributes of units, costs, efficiency and the sums.
     static void _registerValueAttributes(KSClassBuilder<KSResource>& builder);

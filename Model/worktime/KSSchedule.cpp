@@ -20,9 +20,6 @@ const KSNotificationName KSScheduleDidChangeNotification("ScheduleDidChangeNotif
 
 namespace {
 
-constexpr const char* kOvertimeCalendarName = "Overtime";
-constexpr const char* kTimeOffCalendarName = "Time Off";
-
 auto dayNumberLess = [](const std::shared_ptr<KSScheduledDay>& day, std::int64_t n) {
     return day->dayNumber() < n;
 };
@@ -203,9 +200,9 @@ std::shared_ptr<KSCalendar> KSSchedule::calendarNamed(std::string_view name) con
 }
 
 std::shared_ptr<KSCalendar> KSSchedule::overtimeCalendar() {
-    if (auto calendar = calendarNamed(kOvertimeCalendarName)) return calendar;
+    if (auto calendar = calendarNamed(KSOvertimeCalendarName)) return calendar;
     auto calendar = KSCalendar::calendarWithSchedule(this);
-    calendar->setName(kOvertimeCalendarName);
+    calendar->setName(KSOvertimeCalendarName);
     calendar->setEditable(true);
     calendar->setOvertime(true);
     calendars_.push_back(calendar);
@@ -213,9 +210,9 @@ std::shared_ptr<KSCalendar> KSSchedule::overtimeCalendar() {
 }
 
 std::shared_ptr<KSCalendar> KSSchedule::timeOffCalendar() {
-    if (auto calendar = calendarNamed(kTimeOffCalendarName)) return calendar;
+    if (auto calendar = calendarNamed(KSTimeOffCalendarName)) return calendar;
     auto calendar = KSCalendar::calendarWithSchedule(this);
-    calendar->setName(kTimeOffCalendarName);
+    calendar->setName(KSTimeOffCalendarName);
     calendar->setEditable(true);
     calendar->setOvertime(false);
     calendars_.push_back(calendar);
@@ -224,20 +221,31 @@ std::shared_ptr<KSCalendar> KSSchedule::timeOffCalendar() {
 
 void KSSchedule::addCalendar(const std::shared_ptr<KSCalendar>& calendar) {
     if (!calendar) return;
-    calendarsDidChange_ = true;
-    calendar->setSchedule(this);
-    if (calendar->isEditable()) {
-        calendars_.push_back(calendar);
-    } else {
-        calendars_.insert(calendars_.begin(), calendar);
-    }
+    _insertCalendarAtIndex(calendar, calendar->isEditable() ? calendars_.size() : 0);
 }
 
-void KSSchedule::removeCalendar(const std::shared_ptr<KSCalendar>& calendar) {
+void KSSchedule::_insertCalendarAtIndex(const std::shared_ptr<KSCalendar>& given,
+                                        std::size_t index) {
+    // Held here: the argument may be an element of the list that is about to change.
+    const std::shared_ptr<KSCalendar> calendar = given;
+    calendarsDidChange_ = true;
+    if (std::find(calendars_.begin(), calendars_.end(), calendar) != calendars_.end()) return;
+    registerUndo([calendar](KSSchedule& s) { s.removeCalendar(calendar); });
+    calendar->setSchedule(this);
+    index = std::min(index, calendars_.size());
+    calendars_.insert(calendars_.begin() + static_cast<std::ptrdiff_t>(index), calendar);
+}
+
+void KSSchedule::removeCalendar(const std::shared_ptr<KSCalendar>& given) {
+    const std::shared_ptr<KSCalendar> calendar = given;
     calendarsDidChange_ = true;
     auto it = std::find(calendars_.begin(), calendars_.end(), calendar);
     if (it == calendars_.end()) return;
+    // Undo puts it back in its place: the order of calendars decides overlapping events.
+    std::size_t index = static_cast<std::size_t>(it - calendars_.begin());
+    registerUndo([calendar, index](KSSchedule& s) { s._insertCalendarAtIndex(calendar, index); });
     calendars_.erase(it);
+    if (calendar->schedule() == this) calendar->setSchedule(nullptr);
 }
 
 void KSSchedule::calendarDidChange(KSCalendar*) {
@@ -490,8 +498,18 @@ void KSSchedule::removeExceptionalScheduleForDate(const KSDateTime& date) {
     removeExceptionalScheduleForDay(*place);
 }
 
+std::vector<std::shared_ptr<KSScheduledDay>>::iterator KSSchedule::_placeOfException(
+    const KSScheduledDay* day) {
+    // By day number: applying a calendar reports each of thousands of days.
+    auto place =
+        std::lower_bound(exceptions_.begin(), exceptions_.end(), day->dayNumber(), dayNumberLess);
+    if (place != exceptions_.end() && place->get() == day) return place;
+    return exceptions_.end();
+}
+
 void KSSchedule::removeExceptionalScheduleForDay(const std::shared_ptr<KSScheduledDay>& day) {
-    auto it = std::find(exceptions_.begin(), exceptions_.end(), day);
+    if (!day) return;
+    auto it = _placeOfException(day.get());
     if (it == exceptions_.end()) return;
     std::shared_ptr<KSScheduledDay> removed = *it;
     exceptions_.erase(it);
@@ -514,12 +532,10 @@ void KSSchedule::scheduleDidChangeForDay(KSScheduledDay* day) {
         calendarsDidChange_ = true;
         return;
     }
-    for (const auto& exception : exceptions_) {
-        if (exception.get() != day) continue;
-        if (day->isEqualToScheduledDay(*dayStandingInPlaceOf(day->date()))) {
-            removeExceptionalScheduleForDay(exception);
-        }
-        return;
+    auto exception = _placeOfException(day);
+    if (exception == exceptions_.end()) return;
+    if (day->isEqualToScheduledDay(*dayStandingInPlaceOf(day->date()))) {
+        removeExceptionalScheduleForDay(std::shared_ptr<KSScheduledDay>(*exception));
     }
 }
 

@@ -94,7 +94,9 @@ public:
     std::shared_ptr<KSCalendar> timeOffCalendar();
     // By exact name, or null.
     std::shared_ptr<KSCalendar> calendarNamed(std::string_view name) const;
-    // A non-editable calendar goes to the front, an editable one to the end.
+    // A non-editable calendar goes to the front, an editable one to the end. Adding and
+    // removing record undo (removal puts the calendar back in its place); like every
+    // change they take effect at finishedScheduleChanges.
     void addCalendar(const std::shared_ptr<KSCalendar>& calendar);
     void removeCalendar(const std::shared_ptr<KSCalendar>& calendar);
     // Marks the exceptions for remaking, whatever the calendar.
@@ -200,6 +202,10 @@ private:
     template <class F>
     void registerUndo(F&& action);
     void _setCustomScheduleForDayOfTheWeek(int weekday, std::shared_ptr<KSScheduledDay> day);
+    void _insertCalendarAtIndex(const std::shared_ptr<KSCalendar>& calendar, std::size_t index);
+    // Where `day` stands in the local exceptions, or their end.
+    std::vector<std::shared_ptr<KSScheduledDay>>::iterator _placeOfException(
+        const KSScheduledDay* day);
     std::shared_ptr<KSScheduledDay> dayStandingInPlaceOf(const KSDateTime& date) const;
     void dropCaches();
     void addTimeOffEvent(std::int64_t dayNumber, double from, double to);
