@@ -17,6 +17,7 @@
 #include <set>
 #include <string>
 
+#include "FuzzSupport.h"
 #include "Model/project/KSDocumentProtocol.h"
 #include "Model/project/KSProject.h"
 #include "Model/project/KSScenario.h"
@@ -33,21 +34,10 @@ namespace {
 using namespace kestrum;
 
 [[noreturn]] void fail(const char* what, const std::string& text) {
-    std::fprintf(stderr, "assignment_parse: invariant broken: %s for \"%s\"\n", what,
-                 text.c_str());
-    std::abort();
+    fuzz::failInvariant("assignment_parse", what, text);
 }
 
-class Document : public KSDocumentProtocol {
-public:
-    KSUndoManager* undoManager() override { return undo.get(); }
-    std::optional<std::string> fileURL() const override { return std::nullopt; }
-    std::optional<std::string> savingToURL() const override { return std::nullopt; }
-    void presentError(const KSError&) override {}
-    void setShowHeadingNumbers(bool) override {}
-    void resourceLoadSubscriptionFlagDidChange() override {}
-    std::shared_ptr<KSUndoManager> undo = std::make_shared<KSUndoManager>();
-};
+using Document = fuzz::Document;
 
 struct Plan {
     Document document;
@@ -146,8 +136,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const auto& leaf : leaves) {
         checkAssignments(*leaf, text);
         std::string log = KSAssignment::changeLogStringForAssignments(leaf->assignments());
-        auto back = KSAssignment::assignmentsForChangelogStringOnTaskInstantiate(log, leaf.get(),
-                                                                                 false);
+        auto back =
+            KSAssignment::assignmentsForChangelogStringOnTaskInstantiate(log, leaf.get(), false);
         if (back.size() < leaf->assignments().size()) fail("a change-log form that loses", text);
         leaf->assignedResourcesString();
     }

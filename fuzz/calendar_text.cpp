@@ -15,6 +15,7 @@
 #include <ctime>
 #include <string>
 
+#include "FuzzSupport.h"
 #include "Model/worktime/KSCalendar.h"
 #include "Model/worktime/KSCalendarEvent.h"
 #include "Model/worktime/KSSchedule.h"
@@ -26,8 +27,7 @@ namespace {
 using namespace kestrum;
 
 [[noreturn]] void fail(const char* what, const std::string& text) {
-    std::fprintf(stderr, "calendar_text: invariant broken: %s for \"%s\"\n", what, text.c_str());
-    std::abort();
+    fuzz::failInvariant("calendar_text", what, text);
 }
 
 void exercise(KSSchedule& schedule, KSCalendar& calendar) {

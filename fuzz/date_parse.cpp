@@ -19,6 +19,7 @@
 #include <optional>
 #include <string>
 
+#include "FuzzSupport.h"
 #include "Model/formatters/KSDateFormatter.h"
 #include "Model/project/KSDocumentProtocol.h"
 #include "Model/project/KSProject.h"
@@ -36,20 +37,10 @@ namespace {
 using namespace kestrum;
 
 [[noreturn]] void fail(const char* what, const std::string& text) {
-    std::fprintf(stderr, "date_parse: invariant broken: %s for \"%s\"\n", what, text.c_str());
-    std::abort();
+    fuzz::failInvariant("date_parse", what, text);
 }
 
-class Document : public KSDocumentProtocol {
-public:
-    KSUndoManager* undoManager() override { return undo.get(); }
-    std::optional<std::string> fileURL() const override { return std::nullopt; }
-    std::optional<std::string> savingToURL() const override { return std::nullopt; }
-    void presentError(const KSError&) override {}
-    void setShowHeadingNumbers(bool) override {}
-    void resourceLoadSubscriptionFlagDidChange() override {}
-    std::shared_ptr<KSUndoManager> undo = std::make_shared<KSUndoManager>();
-};
+using Document = fuzz::Document;
 
 const KSDate kNow = BKCivilDateTime{2026, 3, 11, 10, 30, 0}.date();
 const char* const kLocales[] = {"en_US", "de_DE", "en_GB", "fr_FR", "ja_JP", "ar_EG", "", "ko_KR"};

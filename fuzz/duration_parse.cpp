@@ -14,6 +14,7 @@
 #include <memory>
 #include <string>
 
+#include "FuzzSupport.h"
 #include "Model/formatters/KSTimeSpanFormatter.h"
 #include "Platform/core/KSLog.h"
 
@@ -22,8 +23,7 @@ namespace {
 using namespace kestrum;
 
 [[noreturn]] void fail(const char* what, const std::string& text) {
-    std::fprintf(stderr, "duration_parse: invariant broken: %s for \"%s\"\n", what, text.c_str());
-    std::abort();
+    fuzz::failInvariant("duration_parse", what, text);
 }
 
 double secondsOf(const KSValue& value) {

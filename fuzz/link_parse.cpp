@@ -15,6 +15,7 @@
 #include <optional>
 #include <string>
 
+#include "FuzzSupport.h"
 #include "Model/formatters/KSDependenciesFormatter.h"
 #include "Model/formatters/KSDependencyFormatter.h"
 #include "Model/formatters/KSTimeSpanFormatter.h"
@@ -32,20 +33,10 @@ namespace {
 using namespace kestrum;
 
 [[noreturn]] void fail(const char* what, const std::string& text) {
-    std::fprintf(stderr, "link_parse: invariant broken: %s for \"%s\"\n", what, text.c_str());
-    std::abort();
+    fuzz::failInvariant("link_parse", what, text);
 }
 
-class Document : public KSDocumentProtocol {
-public:
-    KSUndoManager* undoManager() override { return undo.get(); }
-    std::optional<std::string> fileURL() const override { return std::nullopt; }
-    std::optional<std::string> savingToURL() const override { return std::nullopt; }
-    void presentError(const KSError&) override {}
-    void setShowHeadingNumbers(bool) override {}
-    void resourceLoadSubscriptionFlagDidChange() override {}
-    std::shared_ptr<KSUndoManager> undo = std::make_shared<KSUndoManager>();
-};
+using Document = fuzz::Document;
 
 // Twelve tasks: 1, 2 (with 2.1 to 2.3, and 2.2.1, 2.2.2), 3 ... 7.
 struct Plan {

@@ -15,6 +15,7 @@
 #include <string>
 #include <tuple>
 
+#include "FuzzSupport.h"
 #include "Platform/calendar/ANCalError.h"
 #include "Platform/calendar/ANCalRepetition.h"
 #include "Platform/core/KSLog.h"
@@ -24,8 +25,7 @@ namespace {
 using namespace kestrum;
 
 [[noreturn]] void fail(const char* what, const std::string& text) {
-    std::fprintf(stderr, "rrule_parse: invariant broken: %s for \"%s\"\n", what, text.c_str());
-    std::abort();
+    fuzz::failInvariant("rrule_parse", what, text);
 }
 
 // Instances walked at most, so that each input stays quick.

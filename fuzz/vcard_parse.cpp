@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "FuzzSupport.h"
 #include "Model/resources/KSResource.h"
 #include "Platform/contacts/KSABRecord.h"
 #include "Platform/core/KSLog.h"
@@ -21,8 +22,7 @@ namespace {
 using namespace kestrum;
 
 [[noreturn]] void fail(const char* what, const std::string& text) {
-    std::fprintf(stderr, "vcard_parse: invariant broken: %s for \"%s\"\n", what, text.c_str());
-    std::abort();
+    fuzz::failInvariant("vcard_parse", what, text);
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include "Model/formatters/KSCostFormatter.h"
+#include "Platform/core/KSICUText.h"
 
 #include <unicode/dcfmtsym.h>
 #include <unicode/decimfmt.h>
@@ -14,12 +15,6 @@
 namespace kestrum {
 
 namespace {
-
-std::string utf8(const icu::UnicodeString& text) {
-    std::string out;
-    text.toUTF8String(out);
-    return out;
-}
 
 std::unique_ptr<icu::DecimalFormat> decimalFormat(icu::NumberFormat* format) {
     auto* decimal = dynamic_cast<icu::DecimalFormat*>(format);
@@ -48,7 +43,7 @@ std::string withoutSpaceAndGrouping(const std::string& text, const std::string& 
         i += U16_LENGTH(c);
         if (!u_isUWhiteSpace(c) && !u_isspace(c)) out.append(c);
     }
-    std::string result = utf8(out);
+    std::string result = KSUTF8String(out);
     if (grouping.empty()) return result;
     for (std::size_t at = result.find(grouping); at != std::string::npos;
          at = result.find(grouping, at)) {
@@ -125,18 +120,19 @@ void KSCostFormatter::setDecimalStyle(const std::string& groupingSeparator,
 
 std::string KSCostFormatter::negativePrefix() const {
     icu::UnicodeString text;
-    return icu_->format ? utf8(icu_->format->getNegativePrefix(text)) : "-";
+    return icu_->format ? KSUTF8String(icu_->format->getNegativePrefix(text)) : "-";
 }
 
 std::string KSCostFormatter::negativeSuffix() const {
     icu::UnicodeString text;
-    return icu_->format ? utf8(icu_->format->getNegativeSuffix(text)) : "";
+    return icu_->format ? KSUTF8String(icu_->format->getNegativeSuffix(text)) : "";
 }
 
 std::string KSCostFormatter::groupingSeparator() const {
     if (!icu_->format) return ",";
     const icu::DecimalFormatSymbols* symbols = icu_->format->getDecimalFormatSymbols();
-    return symbols ? utf8(symbols->getSymbol(icu::DecimalFormatSymbols::kGroupingSeparatorSymbol))
+    return symbols ? KSUTF8String(
+                         symbols->getSymbol(icu::DecimalFormatSymbols::kGroupingSeparatorSymbol))
                    : ",";
 }
 
@@ -144,7 +140,7 @@ std::string KSCostFormatter::numberString(double value) const {
     if (!icu_->format) return KSStringFromDouble(value);
     icu::UnicodeString text;
     icu_->format->format(value, text);
-    return utf8(text);
+    return KSUTF8String(text);
 }
 
 std::string KSCostFormatter::stringForObjectValue(const KSValue& value) {
@@ -173,8 +169,9 @@ std::shared_ptr<TWTextStorage> KSCostFormatter::attributedStringForObjectValueWi
         return KSFormatter::attributedStringForObjectValueWithDefaultAttributes(value, attributes);
     // A cell's zero is one character wide: the zero symbol's first, or a blank.
     icu::UnicodeString zero = icu::UnicodeString::fromUTF8(zeroSymbol_.value_or(""));
-    std::string one = zero.length() > 0 ? utf8(zero.tempSubString(0, U16_LENGTH(zero.char32At(0))))
-                                        : std::string(" ");
+    std::string one = zero.length() > 0
+                          ? KSUTF8String(zero.tempSubString(0, U16_LENGTH(zero.char32At(0))))
+                          : std::string(" ");
     auto text = std::make_shared<TWTextStorage>(one);
     text->setAttributesRange(attributes, TWTextRange{0, text->length()});
     return text;

@@ -1,4 +1,5 @@
 #include "Model/formatters/KSCurrency.h"
+#include "Platform/core/KSICUText.h"
 
 #include <unicode/coll.h>
 #include <unicode/locid.h>
@@ -18,12 +19,6 @@
 namespace kestrum {
 
 namespace {
-
-std::string utf8(const icu::UnicodeString& text) {
-    std::string out;
-    text.toUTF8String(out);
-    return out;
-}
 
 bool isBlank(UChar32 c) {
     return u_isUWhiteSpace(c) || u_isspace(c) || c == 0x00A0 || c == 0x202F || c == 0x2007;
@@ -49,7 +44,7 @@ public:
     int32_t position() const { return at_; }
     void setPosition(int32_t at) { at_ = at; }
     std::string between(int32_t from, int32_t to) const {
-        return utf8(text_.tempSubStringBetween(from, to));
+        return KSUTF8String(text_.tempSubStringBetween(from, to));
     }
     // Skips code points while `test` holds; answers how many.
     template <class Test>
@@ -80,7 +75,7 @@ bool cutTrailingBlank(std::string& symbol) {
     if (text.isEmpty()) return false;
     int32_t last = text.moveIndex32(text.length(), -1);
     if (!isBlank(text.char32At(last))) return false;
-    symbol = utf8(text.tempSubString(0, last));
+    symbol = KSUTF8String(text.tempSubString(0, last));
     return true;
 }
 
@@ -248,7 +243,7 @@ std::shared_ptr<KSCurrency> KSCurrency::currencyForCurrentLocale() {
     UChar buffer[4] = {0, 0, 0, 0};
     int32_t length = ucurr_forLocale(icu::Locale::getDefault().getName(), buffer, 4, &status);
     std::string code = "USD";
-    if (U_SUCCESS(status) && length == 3) code = utf8(icu::UnicodeString(buffer, length));
+    if (U_SUCCESS(status) && length == 3) code = KSUTF8String(icu::UnicodeString(buffer, length));
     return currencyForCode(code);
 }
 

@@ -1,4 +1,5 @@
 #include "Model/formatters/KSPercentageFormatter.h"
+#include "Platform/core/KSICUText.h"
 
 #include <unicode/dcfmtsym.h>
 #include <unicode/numfmt.h>
@@ -14,12 +15,6 @@
 namespace kestrum {
 
 namespace {
-
-std::string utf8(const icu::UnicodeString& text) {
-    std::string out;
-    text.toUTF8String(out);
-    return out;
-}
 
 // What the platform reads as a float: numbers, and text through its numeric prefix.
 bool hasFloatValue(const KSValue& value) {
@@ -55,7 +50,7 @@ std::string KSPercentageFormatter::percentString(double fraction) {
     if (!formatter_->format) return KSStringFromDouble(std::round(fraction * 100.0)) + "%";
     icu::UnicodeString text;
     formatter_->format->format(fraction, text);
-    return utf8(text);
+    return KSUTF8String(text);
 }
 
 std::string KSPercentageFormatter::stringForObjectValue(const KSValue& value) {
@@ -76,7 +71,7 @@ bool KSPercentageFormatter::scanLocalizedFloat(std::string_view text, float* out
     icu::DecimalFormatSymbols symbols(icu::Locale::getDefault(), status);
     std::string decimal =
         U_SUCCESS(status)
-            ? utf8(symbols.getSymbol(icu::DecimalFormatSymbols::kDecimalSeparatorSymbol))
+            ? KSUTF8String(symbols.getSymbol(icu::DecimalFormatSymbols::kDecimalSeparatorSymbol))
             : ".";
     std::size_t i = 0;
     while (i < text.size() &&

@@ -9,6 +9,7 @@
 #include "Platform/calendar/ANCalError.h"
 #include "Platform/calendar/ANCalPrivate.h"
 #include "Platform/core/KSFormat.h"
+#include "Platform/formatters/BKCivilDateTime.h"
 
 namespace kestrum {
 
@@ -29,15 +30,7 @@ std::tm localTimeOfDate(KSDate date) {
 }
 
 KSDate dateOfLocalTime(int year, int month, int day, int hour, int minute, int second) {
-    std::tm tm{};
-    tm.tm_year = year - 1900;
-    tm.tm_mon = month - 1;
-    tm.tm_mday = day;
-    tm.tm_hour = hour;
-    tm.tm_min = minute;
-    tm.tm_sec = second;
-    tm.tm_isdst = -1;
-    return KSDate::dateWithTimeIntervalSince1970(static_cast<double>(std::mktime(&tm)));
+    return BKCivilDateTime{year, month, day, hour, minute, second}.date();
 }
 
 }  // namespace ancal

@@ -1,4 +1,5 @@
 #include "Platform/formatters/BKNaturalLanguageDateParser.h"
+#include "Platform/core/KSICUText.h"
 
 #include <algorithm>
 #include <array>
@@ -29,19 +30,13 @@ constexpr int kUnitYear = -12;
 // Numbers are read to this size at most; larger ones cannot name a date anyway.
 constexpr long long kLargestNumber = 1000000;
 
-std::string utf8(const icu::UnicodeString& text) {
-    std::string out;
-    text.toUTF8String(out);
-    return out;
-}
-
 // Lower case without regard to the locale, white space (also no-break spaces) as one
 // blank, and commas as blanks.
 std::string foldedText(std::string_view text) {
     icu::UnicodeString unicode = icu::UnicodeString::fromUTF8(
         icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
     unicode.foldCase();
-    std::string folded = utf8(unicode);
+    std::string folded = KSUTF8String(unicode);
     std::string out;
     out.reserve(folded.size());
     bool blank = true;  // drops leading blanks
@@ -699,16 +694,16 @@ void BKNaturalLanguageDateParser::addLocaleWords(const std::string& localeIdenti
             for (S::DtWidthType width : {S::WIDE, S::ABBREVIATED}) {
                 const icu::UnicodeString* months = symbols.getMonths(count, context, width);
                 for (int32_t i = 0; i < count && i < 12; ++i)
-                    addWord(utf8(months[i]), WordKind::Month, i + 1);
+                    addWord(KSUTF8String(months[i]), WordKind::Month, i + 1);
                 const icu::UnicodeString* days = symbols.getWeekdays(count, context, width);
                 for (int32_t i = 1; i < count && i <= 7; ++i)
-                    addWord(utf8(days[i]), WordKind::Weekday, i - 1);
+                    addWord(KSUTF8String(days[i]), WordKind::Weekday, i - 1);
             }
         }
         const icu::UnicodeString* marks = symbols.getAmPmStrings(count);
         if (count >= 2) {
-            amSymbol_ = utf8(marks[0]);
-            pmSymbol_ = utf8(marks[1]);
+            amSymbol_ = KSUTF8String(marks[0]);
+            pmSymbol_ = KSUTF8String(marks[1]);
             addWord(amSymbol_, WordKind::AM, 0);
             addWord(pmSymbol_, WordKind::PM, 0);
         }
@@ -720,7 +715,7 @@ void BKNaturalLanguageDateParser::addLocaleWords(const std::string& localeIdenti
             icu::UnicodeString text;
             UErrorCode s = U_ZERO_ERROR;
             relative.format(direction, unit, text, s);
-            return U_SUCCESS(s) ? utf8(text) : std::string();
+            return U_SUCCESS(s) ? KSUTF8String(text) : std::string();
         };
         const std::array<std::pair<UDateDirection, int>, 3> directions = {
             {{UDAT_DIRECTION_LAST, -1}, {UDAT_DIRECTION_THIS, 0}, {UDAT_DIRECTION_NEXT, 1}}};

@@ -1,4 +1,5 @@
 #include "Platform/formatters/BKRelativeDateFormatter.h"
+#include "Platform/core/KSICUText.h"
 
 #include <map>
 
@@ -24,17 +25,6 @@ namespace {
 // The earliest date ICU accepts as the change to the Gregorian calendar: the calendar is
 // then Gregorian all the way back, as the C library's is.
 constexpr UDate kProlepticGregorianChange = -184303902528000000.0;
-
-std::string utf8(const icu::UnicodeString& text) {
-    std::string out;
-    text.toUTF8String(out);
-    return out;
-}
-
-icu::UnicodeString unicode(std::string_view text) {
-    return icu::UnicodeString::fromUTF8(
-        icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
-}
 
 // Narrow and no-break spaces become plain spaces.
 icu::UnicodeString plainSpaces(icu::UnicodeString text) {
@@ -145,7 +135,7 @@ void BKRelativeDateFormatter::ensurePattern() const {
             if (auto* simple = dynamic_cast<icu::SimpleDateFormat*>(format.get())) {
                 icu::UnicodeString pattern;
                 simple->toPattern(pattern);
-                pattern_ = utf8(plainSpaces(pattern));
+                pattern_ = KSUTF8String(plainSpaces(pattern));
             }
         }
     }
@@ -161,7 +151,7 @@ const std::string& BKRelativeDateFormatter::dateFormat() const {
 
 void BKRelativeDateFormatter::setDateFormat(const std::string& pattern) {
     willChangeValueForKey("dateFormat");
-    pattern_ = utf8(plainSpaces(unicode(pattern)));
+    pattern_ = KSUTF8String(plainSpaces(KSICUString(pattern)));
     patternFromStyles_ = false;
     patternValid_ = true;
     patternLocale_ = effectiveLocaleIdentifier();
@@ -220,7 +210,7 @@ BKRelativeDateFormatter::ICUFormat& BKRelativeDateFormatter::icuFormat() const {
     // separators and words but never rolls a month 13 or a day 45 into another date.
     calendar->setLenient(false);
     status = U_ZERO_ERROR;
-    made->format = std::make_unique<icu::SimpleDateFormat>(unicode(pattern_), locale, status);
+    made->format = std::make_unique<icu::SimpleDateFormat>(KSICUString(pattern_), locale, status);
     if (U_FAILURE(status)) made->format.reset();
     if (made->format) {
         made->format->setCalendar(*calendar);
@@ -256,7 +246,7 @@ std::string BKRelativeDateFormatter::stringFromDate(KSDate date) const {
     icu::UnicodeString text;
     icu::FieldPosition position;
     icu.format->format(*icu.calendar, text, position);
-    return utf8(plainSpaces(text));
+    return KSUTF8String(plainSpaces(text));
 }
 
 // --- Parsing -------------------------------------------------------------------------------
@@ -269,7 +259,7 @@ bool BKRelativeDateFormatter::parseByPattern(std::string_view text, BKCivilDateT
                                     std::string(text));
         return false;
     }
-    const icu::UnicodeString input = plainSpaces(unicode(text));
+    const icu::UnicodeString input = plainSpaces(KSICUString(text));
     icu.calendar->clear();
     icu::ParsePosition position(0);
     icu.format->parse(input, *icu.calendar, position);
