@@ -8,7 +8,7 @@
 // Subclasses describe their attribute vocabulary (baseAttributeIdentifiers and
 // nonGroupAttributeIdentifiers); the keys that matter for change tracking follow from
 // it. Every undoable change records its inverse on the document's undo manager, reached
-// through the object's project, with registerUndo / setUndoableValue.
+// through the object's project, with registerUndo / undoableSetter.
 #pragma once
 
 #include <memory>
@@ -20,6 +20,7 @@
 
 #include "Model/project/KSTextStorage.h"
 #include "Platform/core/KSUndoManager.h"
+#include "Platform/core/KSUndoableSetter.h"
 #include "Platform/difference/TMObject.h"
 
 namespace kestrum {
@@ -163,24 +164,16 @@ protected:
     // project or for an object not held by a shared_ptr.
     template <class Self, class F>
     void registerUndo(F&& undo, KSUndoManager* manager = nullptr) {
-        KSUndoManager* um = manager ? manager : undoManager();
-        if (!um || weak_from_this().expired()) return;
-        um->registerUndoWithTarget(sharedFromThis<Self>(), std::forward<F>(undo));
+        KSRegisterUndo(manager ? manager : undoManager(), static_cast<Self&>(*this),
+                       std::forward<F>(undo));
     }
     // Names the open undo group with the localized form of `englishName`.
     void setUndoActionName(std::string_view englishName) const;
-    // The undoable setter: returns false when unchanged; else records `setter` with the
-    // old value, names the action, sends will-change for `key`, stores, sends did-change.
-    template <class Self, class V, class Setter>
-    bool setUndoableValue(V& field, const V& value, std::string_view key,
-                          std::string_view actionName, Setter setter) {
-        if (field == value) return false;
-        registerUndo<Self>([old = field, setter](Self& self) { (self.*setter)(old); });
-        if (!actionName.empty()) setUndoActionName(actionName);
-        willChangeValueForKey(key);
-        field = value;
-        didChangeValueForKey(key);
-        return true;
+    // The undoable setter of this object (Platform/core/KSUndoableSetter.h), recording on
+    // its undo manager.
+    template <class Self>
+    KSUndoableSetter<Self> undoableSetter() {
+        return KSUndoableSetter<Self>(static_cast<Self&>(*this), undoManager());
     }
     // Whether a change of `key` is reported to the difference engine.
     bool isTrackedKey(std::string_view key) const;

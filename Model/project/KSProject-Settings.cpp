@@ -30,7 +30,10 @@ void KSProject::setFlag(bool Flags::*flag, bool value, std::string_view key) {
 }
 
 void KSProject::setTitle(const std::optional<std::string>& title) {
-    setUndoableValue<KSProject>(title_, title, "title", "Set Title", &KSProject::setTitle);
+    undoableSetter<KSProject>()
+        .key("title")
+        .action("Set Title")
+        .set(title_, title, &KSProject::setTitle);
 }
 
 void KSProject::setUseFlatNumbering(bool flag) {
@@ -69,10 +72,10 @@ void KSProject::setDisplaySeconds(bool flag) {
 }
 
 void KSProject::setAutoLevelResources(bool flag) {
-    if (!setUndoableValue<KSProject>(flags_.autoLevelResources, flag, "autoLevelResources", "",
-                                     &KSProject::setAutoLevelResources)) {
+    if (!undoableSetter<KSProject>()
+             .key("autoLevelResources")
+             .set(flags_.autoLevelResources, flag, &KSProject::setAutoLevelResources))
         return;
-    }
     if (flag && !flags_.loadingScenario) {
         if (KSScenario* actual = firstScenario()) actual->levelResourcesForTasks(nullptr);
     }

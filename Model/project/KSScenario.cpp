@@ -232,10 +232,10 @@ const std::string& KSScenario::scenarioUUID() const {
 
 void KSScenario::setScheduleGranularity(KSScheduleGranularity granularity) {
     // No action name of its own: the undo step goes under the name of its group.
-    if (!setUndoableValue<KSScenario>(scheduleGranularity_, granularity, "scheduleGranularity", "",
-                                      &KSScenario::setScheduleGranularity)) {
+    if (!undoableSetter<KSScenario>()
+             .key("scheduleGranularity")
+             .set(scheduleGranularity_, granularity, &KSScenario::setScheduleGranularity))
         return;
-    }
     // Every calendar of the plan rounds start and end dates by it.
     planScheduleDidChange();
 }

@@ -279,8 +279,9 @@ void KSResource::setName(const std::optional<std::string>& name) {
 }
 
 void KSResource::setEmailAddress(const std::optional<std::string>& address) {
-    setUndoableValue<KSResource>(emailAddress_, address, "emailAddress", "",
-                                 &KSResource::setEmailAddress);
+    undoableSetter<KSResource>()
+        .key("emailAddress")
+        .set(emailAddress_, address, &KSResource::setEmailAddress);
 }
 
 void KSResource::setResourceTypeRank(std::int32_t rank) {

@@ -43,10 +43,13 @@ double KSTask::staticCost() const {
 }
 
 void KSTask::setStaticCost(double cost) {
-    if (cost == staticCost_ || KSProjectItem::isGroup()) return;
-    registerUndo<KSTask>([old = staticCost_](KSTask& t) { t.setStaticCost(old); });
-    _internalSetStaticCost(cost);
-    setUndoActionName("Set Task Cost");
+    if (KSProjectItem::isGroup()) return;
+    // The store announces the cost with its children's and rolls it up to the parents.
+    undoableSetter<KSTask>()
+        .action("Set Task Cost")
+        .setWith(
+            staticCost_, cost, [this](double c) { _internalSetStaticCost(c); },
+            &KSTask::setStaticCost);
 }
 
 double KSTask::assignmentsCost() const {

@@ -74,26 +74,36 @@ void KSTask::_internalChangeEffort(double effort) {
         performSplitRejoining();
         return;
     }
-    registerUndo<KSTask>([old = effort_](KSTask& t) { t._internalChangeEffort(old); });
     KSTaskList siblingChunks;
     if (flags_.isSplitChunk && parentTask()) parentTask()->_childrenTasks(siblingChunks);
-    willChangeValueForKey("effort");
-    for (const auto& chunk : siblingChunks)
-        chunk->willChangeValueForKey("staticCost");
-    if (KSTask* p = parentTask()) p->_childDidChangeEffortAndDone(this, effort - effort_, 0.0);
-    effort_ = effort;
-    if (effortDone_ > effort_) setEffortDone(effort_);
-    // A directly entered effort collapses the estimates onto itself. Undo and redo restore
-    // the estimates through their own recorded calls.
-    if (!flags_.updatingEstimates && !_isGroupTask() && !isSplitTask_ && !_isUndoingOrRedoing()) {
-        flags_.updatingEstimates = 1;
-        setMinEffortEstimate(effort_);
-        setExpectedEffortEstimate(effort_);
-        setMaxEffortEstimate(effort_);
-        flags_.updatingEstimates = 0;
-    }
-    uncompletedStartDate_ = KSDateTime();
-    didChangeValueForKey("effort");
+    // The callers tell an unchanged effort; every call here is recorded.
+    undoableSetter<KSTask>()
+        .key("effort")
+        .comparedBy(KSSetterEquality::Never)
+        .before([&] {
+            for (const auto& chunk : siblingChunks)
+                chunk->willChangeValueForKey("staticCost");
+            if (KSTask* p = parentTask())
+                p->_childDidChangeEffortAndDone(this, effort - effort_, 0.0);
+        })
+        .setWith(
+            effort_, effort,
+            [this](double value) {
+                effort_ = value;
+                if (effortDone_ > effort_) setEffortDone(effort_);
+                // A directly entered effort collapses the estimates onto itself. Undo and
+                // redo restore the estimates through their own recorded calls.
+                if (!flags_.updatingEstimates && !_isGroupTask() && !isSplitTask_ &&
+                    !_isUndoingOrRedoing()) {
+                    flags_.updatingEstimates = 1;
+                    setMinEffortEstimate(effort_);
+                    setExpectedEffortEstimate(effort_);
+                    setMaxEffortEstimate(effort_);
+                    flags_.updatingEstimates = 0;
+                }
+                uncompletedStartDate_ = KSDateTime();
+            },
+            &KSTask::_internalChangeEffort);
     for (const auto& chunk : siblingChunks)
         chunk->didChangeValueForKey("staticCost");
     if (!isHammockTask()) {
@@ -124,18 +134,20 @@ void KSTask::setEffortRemaining(double remaining) {
 
 bool KSTask::_storeEstimate(double KSTask::*field, double value, std::string_view key,
                             void (KSTask::*setter)(double)) {
-    double old = this->*field;
-    if (value == old) return false;
-    registerUndo<KSTask>([old, setter](KSTask& t) { (t.*setter)(old); });
-    if (KSTask* p = parentTask()) {
-        p->_childDidChangeEstimateMinExpectedMax(
-            this, field == &KSTask::minEffortEstimate_ ? value - old : 0.0,
-            field == &KSTask::expectedEffortEstimate_ ? value - old : 0.0,
-            field == &KSTask::maxEffortEstimate_ ? value - old : 0.0);
-    }
-    willChangeValueForKey(key);
-    this->*field = value;
-    didChangeValueForKey(key);
+    const double old = this->*field;
+    if (!undoableSetter<KSTask>()
+             .key(key)
+             .before([&] {
+                 // The parents add up the change before it is stored.
+                 if (KSTask* p = parentTask()) {
+                     p->_childDidChangeEstimateMinExpectedMax(
+                         this, field == &KSTask::minEffortEstimate_ ? value - old : 0.0,
+                         field == &KSTask::expectedEffortEstimate_ ? value - old : 0.0,
+                         field == &KSTask::maxEffortEstimate_ ? value - old : 0.0);
+                 }
+             })
+             .set(this->*field, value, setter))
+        return false;
     // Undo and redo replay every estimate and the effort by themselves.
     return !flags_.updatingEstimates && !flags_.isLoading && !_isUndoingOrRedoing();
 }
@@ -209,20 +221,27 @@ void KSTask::setEffortDone(double done) {
         setEffort(done);
         value = done;
     }
-    registerUndo<KSTask>([old = effortDone_](KSTask& t) { t.setEffortDone(old); });
-    setUndoActionName("Set Completion");
-    if (KSTask* p = parentTask()) {
-        if (effort_ != 0.0) {
-            p->_childDidChangeEffortAndDone(this, 0.0, value - effortDone_);
-        } else if (isMilestone()) {
-            // A milestone's completion is no work: parents only recount their milestones.
-            p->_childDidChangeEffortAndDone(this, 0.0, 0.0);
-        }
-    }
-    willChangeValueForKey("effortDone");
-    effortDone_ = value;
-    uncompletedStartDate_ = KSDateTime();
-    didChangeValueForKey("effortDone");
+    undoableSetter<KSTask>()
+        .key("effortDone")
+        .action("Set Completion")
+        .comparedBy(KSSetterEquality::Never)  // told above, before the value was clamped
+        .before([&] {
+            KSTask* p = parentTask();
+            if (!p) return;
+            if (effort_ != 0.0) {
+                p->_childDidChangeEffortAndDone(this, 0.0, value - effortDone_);
+            } else if (isMilestone()) {
+                // A milestone's completion is no work: parents only recount their milestones.
+                p->_childDidChangeEffortAndDone(this, 0.0, 0.0);
+            }
+        })
+        .setWith(
+            effortDone_, value,
+            [this](double done) {
+                effortDone_ = done;
+                uncompletedStartDate_ = KSDateTime();
+            },
+            &KSTask::setEffortDone);
     if (isSplitTask_) {
         flags_.balancingSplitEfforts = 1;
         double left = value;

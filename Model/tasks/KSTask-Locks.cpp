@@ -74,11 +74,12 @@ void KSTask::setStartLockedDate(const KSDateTime& date) {
         KSLog("can't lock start on group");
         return;
     }
-    willChangeValueForKey("startLockedDate");
-    registerUndo<KSTask>([old = startLockedDate_](KSTask& t) { t.setStartLockedDate(old); });
-    setUndoActionName("Set Start Locked Date");
-    startLockedDate_ = date;
-    didChangeValueForKey("startLockedDate");
+    // Every set is recorded, also of the date it holds.
+    undoableSetter<KSTask>()
+        .key("startLockedDate")
+        .action("Set Start Locked Date")
+        .comparedBy(KSSetterEquality::Never)
+        .set(startLockedDate_, date, &KSTask::setStartLockedDate);
     invalidateStartDate();
     invalidateEndDate();
 }
@@ -88,11 +89,12 @@ void KSTask::setEndLockedDate(const KSDateTime& date) {
         KSLog("can't lock end on group");
         return;
     }
-    willChangeValueForKey("endLockedDate");
-    registerUndo<KSTask>([old = endLockedDate_](KSTask& t) { t.setEndLockedDate(old); });
-    setUndoActionName("Set End Locked Date");
-    endLockedDate_ = date;
-    didChangeValueForKey("endLockedDate");
+    // Every set is recorded, also of the date it holds.
+    undoableSetter<KSTask>()
+        .key("endLockedDate")
+        .action("Set End Locked Date")
+        .comparedBy(KSSetterEquality::Never)
+        .set(endLockedDate_, date, &KSTask::setEndLockedDate);
     invalidateStartDate();
     invalidateEndDate();
 }
@@ -115,13 +117,12 @@ void KSTask::setNoEarlierThanConstraintDate(const KSDateTime& date) {
         childTaskAtIndex(0)->setNoEarlierThanConstraintDate(date);
         return;
     }
-    if (value.isEqualToDate(noEarlierThanConstraintDate_)) return;
-    registerUndo<KSTask>(
-        [old = noEarlierThanConstraintDate_](KSTask& t) { t.setNoEarlierThanConstraintDate(old); });
-    setUndoActionName("Start Constraint");
-    willChangeValueForKey("noEarlierThanConstraintDate");
-    noEarlierThanConstraintDate_ = value;
-    didChangeValueForKey("noEarlierThanConstraintDate");
+    if (!undoableSetter<KSTask>()
+             .key("noEarlierThanConstraintDate")
+             .action("Start Constraint")
+             .comparedBy(KSSetterEquality::SameMoment)
+             .set(noEarlierThanConstraintDate_, value, &KSTask::setNoEarlierThanConstraintDate))
+        return;
     invalidateAbsoluteStartLimit();
     invalidateCurrentStartLimit();
 }
@@ -136,13 +137,12 @@ void KSTask::setNoLaterThanConstraintDate(const KSDateTime& date) {
         childTaskAtIndex(countOfChildren() - 1)->setNoLaterThanConstraintDate(date);
         return;
     }
-    if (value.isEqualToDate(noLaterThanConstraintDate_)) return;
-    registerUndo<KSTask>(
-        [old = noLaterThanConstraintDate_](KSTask& t) { t.setNoLaterThanConstraintDate(old); });
-    setUndoActionName("End Constraint");
-    willChangeValueForKey("noLaterThanConstraintDate");
-    noLaterThanConstraintDate_ = value;
-    didChangeValueForKey("noLaterThanConstraintDate");
+    if (!undoableSetter<KSTask>()
+             .key("noLaterThanConstraintDate")
+             .action("End Constraint")
+             .comparedBy(KSSetterEquality::SameMoment)
+             .set(noLaterThanConstraintDate_, value, &KSTask::setNoLaterThanConstraintDate))
+        return;
     invalidateAbsoluteEndLimit();
     invalidateCurrentEndLimit();
 }
@@ -153,9 +153,10 @@ void KSTask::setNoEarlierThanConstrainedTaskEnd(KSConstrainedTaskEnd end) {
         childTaskAtIndex(0)->setNoEarlierThanConstrainedTaskEnd(KSConstrainedTaskEndEnd);
         return;
     }
-    if (!setUndoableValue<KSTask>(noEarlierThanEnd_, end, "noEarlierThanConstrainedTaskEnd",
-                                  "Start Constraint Type",
-                                  &KSTask::setNoEarlierThanConstrainedTaskEnd))
+    if (!undoableSetter<KSTask>()
+             .key("noEarlierThanConstrainedTaskEnd")
+             .action("Start Constraint Type")
+             .set(noEarlierThanEnd_, end, &KSTask::setNoEarlierThanConstrainedTaskEnd))
         return;
     invalidateAbsoluteStartLimit();
     invalidateCurrentStartLimit();
@@ -169,9 +170,10 @@ void KSTask::setNoLaterThanConstrainedTaskEnd(KSConstrainedTaskEnd end) {
         childTaskAtIndex(0)->setNoLaterThanConstrainedTaskEnd(end);
         return;
     }
-    if (!setUndoableValue<KSTask>(noLaterThanEnd_, end, "noLaterThanConstrainedTaskEnd",
-                                  "Start Constraint Type",
-                                  &KSTask::setNoLaterThanConstrainedTaskEnd))
+    if (!undoableSetter<KSTask>()
+             .key("noLaterThanConstrainedTaskEnd")
+             .action("Start Constraint Type")
+             .set(noLaterThanEnd_, end, &KSTask::setNoLaterThanConstrainedTaskEnd))
         return;
     invalidateAbsoluteStartLimit();
     invalidateCurrentStartLimit();

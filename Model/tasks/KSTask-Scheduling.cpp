@@ -45,11 +45,11 @@ void KSTask::setScheduleType(KSScheduleType type) {
         for (const auto& child : children)
             child->setScheduleType(type);
     }
-    if (scheduleType_ == type || children()) return;
-    registerUndo<KSTask>([old = scheduleType_](KSTask& t) { t.setScheduleType(old); });
-    willChangeValueForKey("scheduleType");
-    scheduleType_ = type;
-    didChangeValueForKey("scheduleType");
+    if (children()) return;
+    if (!undoableSetter<KSTask>()
+             .key("scheduleType")
+             .set(scheduleType_, type, &KSTask::setScheduleType))
+        return;
     setResourceLeveledDate(KSDateTime());
     invalidateStartDate();
     invalidateEndDate();
@@ -136,13 +136,11 @@ void KSTask::setResourceLeveledDate(const KSDateTime& date) {
     KSDateTime value = date;
     // Only a task with assignments keeps a leveled date.
     if (!flags_.isLoading && (value.isNull() || !hasAssignments())) value = KSDateTime();
-    if (value.isNull() ? resourceLeveledDate_.isNull() : value.isEqualToDate(resourceLeveledDate_))
+    // Equal: two nulls, or two dates of the same moment.
+    if (!undoableSetter<KSTask>()
+             .key("resourceLeveledDate")
+             .set(resourceLeveledDate_, value, &KSTask::setResourceLeveledDate))
         return;
-    willChangeValueForKey("resourceLeveledDate");
-    registerUndo<KSTask>(
-        [old = resourceLeveledDate_](KSTask& t) { t.setResourceLeveledDate(old); });
-    resourceLeveledDate_ = value;
-    didChangeValueForKey("resourceLeveledDate");
     if (value.isNull()) _setResourceLevelingDelay(0.0);
     invalidateAbsoluteEndLimit();
     invalidateCurrentEndLimit();

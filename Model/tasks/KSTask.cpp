@@ -383,14 +383,11 @@ std::optional<std::string> KSTask::title() const {
 }
 
 void KSTask::setTitle(const std::optional<std::string>& title) {
-    if (title == title_) return;
     // The first naming of a task is part of making it, not an edit to undo.
-    if (title_) {
-        registerUndo<KSTask>([old = title_](KSTask& t) { t.setTitle(old); });
-    }
-    willChangeValueForKey("title");
-    title_ = title;
-    didChangeValueForKey("title");
+    if (!KSUndoableSetter<KSTask>(*this, title_ ? undoManager() : nullptr)
+             .key("title")
+             .set(title_, title, &KSTask::setTitle))
+        return;
     titleDidChange();
     if (isSplitTask_) {
         KSTaskList chunks;
@@ -457,7 +454,10 @@ void KSTask::setPriority(std::int32_t priority) {
             chunk->setPriority(priority);
     }
     // Priority is read only by leveling and ordering: no date depends on it.
-    setUndoableValue<KSTask>(priority_, priority, "priority", "Set Priority", &KSTask::setPriority);
+    undoableSetter<KSTask>()
+        .key("priority")
+        .action("Set Priority")
+        .set(priority_, priority, &KSTask::setPriority);
 }
 
 KSValue KSTask::priorityNumber() const {
@@ -545,8 +545,10 @@ KSDictionary KSTask::statusDictionary() const {
 // --- Resource assignment type -------------------------------------------------------------------
 
 void KSTask::setResourceAssignmentType(KSResourceAssignmentType type) {
-    setUndoableValue<KSTask>(resourceAssignmentType_, type, "resourceAssignmentType",
-                             "Set Resource Assignment Type", &KSTask::setResourceAssignmentType);
+    undoableSetter<KSTask>()
+        .key("resourceAssignmentType")
+        .action("Set Resource Assignment Type")
+        .set(resourceAssignmentType_, type, &KSTask::setResourceAssignmentType);
 }
 
 // --- Order --------------------------------------------------------------------------------------

@@ -10,6 +10,7 @@
 #include "Platform/core/KSLocalization.h"
 #include "Platform/core/KSLog.h"
 #include "Platform/core/KSUndoManager.h"
+#include "Platform/core/KSUndoableSetter.h"
 #include "Platform/plist/KSPropertyList.h"
 
 namespace kestrum {
@@ -61,14 +62,6 @@ KSUndoManager* KSCalendar::undoManager() const {
     return nonretainedSchedule_->undoManager();
 }
 
-template <class F>
-void KSCalendar::registerUndo(F&& action) {
-    KSUndoManager* undo = undoManager();
-    if (!undo) return;
-    auto self = std::static_pointer_cast<KSCalendar>(weak_from_this().lock());
-    if (self) undo->registerUndoWithTarget(self, std::forward<F>(action));
-}
-
 void KSCalendar::eventsDidChange() {
     hasInternalChangeString_ = false;
     internalChangeString_.clear();
@@ -81,7 +74,7 @@ void KSCalendar::addEvent(const std::shared_ptr<KSCalendarEvent>& given) {
     // Held here: the argument may be an element of the list that is about to change.
     const std::shared_ptr<KSCalendarEvent> event = given;
     if (!event) return;
-    registerUndo([event](KSCalendar& c) { c.removeEvent(event); });
+    KSRegisterUndo(undoManager(), *this, [event](KSCalendar& c) { c.removeEvent(event); });
     willChangeValueForKey("events");
     event->setCalendar(this);
     events_.push_back(event);
@@ -93,7 +86,7 @@ void KSCalendar::removeEvent(const std::shared_ptr<KSCalendarEvent>& given) {
     const std::shared_ptr<KSCalendarEvent> event = given;
     auto it = std::find(events_.begin(), events_.end(), event);
     if (it == events_.end()) return;
-    registerUndo([event](KSCalendar& c) { c.addEvent(event); });
+    KSRegisterUndo(undoManager(), *this, [event](KSCalendar& c) { c.addEvent(event); });
     willChangeValueForKey("events");
     events_.erase(it);
     event->setCalendar(nullptr);
@@ -102,15 +95,20 @@ void KSCalendar::removeEvent(const std::shared_ptr<KSCalendarEvent>& given) {
 }
 
 void KSCalendar::_setEvents(EventList events) {
-    EventList old = events_;
-    registerUndo([old](KSCalendar& c) { c._setEvents(old); });
-    willChangeValueForKey("events");
-    for (auto& event : events_)
-        event->setCalendar(nullptr);
-    events_ = std::move(events);
-    for (auto& event : events_)
-        event->setCalendar(this);
-    didChangeValueForKey("events");
+    // Always recorded: a list of the same events may hold them in another order.
+    KSUndoableSetter(*this, undoManager())
+        .key("events")
+        .comparedBy(KSSetterEquality::Never)
+        .setWith(
+            events_, events,
+            [this](const EventList& given) {
+                for (auto& event : events_)
+                    event->setCalendar(nullptr);
+                events_ = given;
+                for (auto& event : events_)
+                    event->setCalendar(this);
+            },
+            &KSCalendar::_setEvents);
     eventsDidChange();
 }
 

@@ -119,8 +119,6 @@ public:
     KSUndoManager* undoManager() const;
 
 private:
-    template <class F>
-    void registerUndo(F&& action);
     void eventsDidChange();
 
     KSSchedule* nonretainedSchedule_ = nullptr;

@@ -11,6 +11,7 @@
 #include "Platform/core/KSLocalization.h"
 #include "Platform/core/KSLog.h"
 #include "Platform/core/KSUndoManager.h"
+#include "Platform/core/KSUndoableSetter.h"
 
 namespace kestrum {
 
@@ -165,15 +166,10 @@ std::shared_ptr<KSCalendarEvent> KSCalendarEvent::copy() const {
 void KSCalendarEvent::_setFields(const KSDateTime& start, const KSDateTime& end,
                                  const std::string& title,
                                  const std::shared_ptr<ANCalRepetition>& repetition) {
-    KSUndoManager* undo = nonretainedCalendar_ ? nonretainedCalendar_->undoManager() : nullptr;
-    if (undo) {
-        if (auto self = std::static_pointer_cast<KSCalendarEvent>(weak_from_this().lock())) {
-            undo->registerUndoWithTarget(self, [oldStart = start_, oldEnd = end_, oldTitle = title_,
-                                                oldRepetition = repetition_](KSCalendarEvent& e) {
-                e._setFields(oldStart, oldEnd, oldTitle, oldRepetition);
-            });
-        }
-    }
+    KSRegisterUndo(
+        nonretainedCalendar_ ? nonretainedCalendar_->undoManager() : nullptr, *this,
+        [oldStart = start_, oldEnd = end_, oldTitle = title_, oldRepetition = repetition_](
+            KSCalendarEvent& e) { e._setFields(oldStart, oldEnd, oldTitle, oldRepetition); });
     if (nonretainedCalendar_) nonretainedCalendar_->calendarEventWillChange(*this);
     start_ = start;
     end_ = end;

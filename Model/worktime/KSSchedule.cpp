@@ -13,6 +13,7 @@
 #include "Platform/core/KSLocalization.h"
 #include "Platform/core/KSNotificationCenter.h"
 #include "Platform/core/KSUndoManager.h"
+#include "Platform/core/KSUndoableSetter.h"
 
 namespace kestrum {
 
@@ -141,16 +142,8 @@ KSUndoManager* KSSchedule::undoManager() {
     return delegate_ ? delegate_->undoManagerForSchedule(*this) : nullptr;
 }
 
-template <class F>
-void KSSchedule::registerUndo(F&& action) {
-    KSUndoManager* undo = undoManager();
-    if (!undo) return;
-    auto self = std::static_pointer_cast<KSSchedule>(weak_from_this().lock());
-    if (self) undo->registerUndoWithTarget(self, std::forward<F>(action));
-}
-
 void KSSchedule::beginScheduleChanges() {
-    registerUndo([](KSSchedule& s) { s.finishedScheduleChanges(); });
+    KSRegisterUndo(undoManager(), *this, [](KSSchedule& s) { s.finishedScheduleChanges(); });
     delayingScheduleChanges_ = true;
     _willChange();
 }
@@ -159,7 +152,7 @@ void KSSchedule::finishedScheduleChanges() {
     applyCalendarsToSchedule();
     delayingScheduleChanges_ = false;
     _didChange();
-    registerUndo([](KSSchedule& s) { s.beginScheduleChanges(); });
+    KSRegisterUndo(undoManager(), *this, [](KSSchedule& s) { s.beginScheduleChanges(); });
 }
 
 void KSSchedule::_willChange() {
@@ -230,7 +223,7 @@ void KSSchedule::_insertCalendarAtIndex(const std::shared_ptr<KSCalendar>& given
     const std::shared_ptr<KSCalendar> calendar = given;
     calendarsDidChange_ = true;
     if (std::find(calendars_.begin(), calendars_.end(), calendar) != calendars_.end()) return;
-    registerUndo([calendar](KSSchedule& s) { s.removeCalendar(calendar); });
+    KSRegisterUndo(undoManager(), *this, [calendar](KSSchedule& s) { s.removeCalendar(calendar); });
     calendar->setSchedule(this);
     index = std::min(index, calendars_.size());
     calendars_.insert(calendars_.begin() + static_cast<std::ptrdiff_t>(index), calendar);
@@ -243,7 +236,8 @@ void KSSchedule::removeCalendar(const std::shared_ptr<KSCalendar>& given) {
     if (it == calendars_.end()) return;
     // Undo puts it back in its place: the order of calendars decides overlapping events.
     std::size_t index = static_cast<std::size_t>(it - calendars_.begin());
-    registerUndo([calendar, index](KSSchedule& s) { s._insertCalendarAtIndex(calendar, index); });
+    KSRegisterUndo(undoManager(), *this,
+                   [calendar, index](KSSchedule& s) { s._insertCalendarAtIndex(calendar, index); });
     calendars_.erase(it);
     if (calendar->schedule() == this) calendar->setSchedule(nullptr);
 }
@@ -383,23 +377,23 @@ KSDateTime KSSchedule::endOfSchedule() const {
 
 void KSSchedule::setStartOfSchedule(const KSDateTime& date) {
     if (date.isIdenticalTo(startOfSchedule_)) return;
+    // Inside the change brackets, so that the calendars are applied again at the close.
     beginScheduleChanges();
-    KSDateTime old = startOfSchedule_;
-    registerUndo([old](KSSchedule& s) { s.setStartOfSchedule(old); });
-    willChangeValueForKey("startOfSchedule");
-    startOfSchedule_ = date;
-    didChangeValueForKey("startOfSchedule");
+    KSUndoableSetter(*this, undoManager())
+        .key("startOfSchedule")
+        .comparedBy(KSSetterEquality::Identical)
+        .set(startOfSchedule_, date, &KSSchedule::setStartOfSchedule);
     finishedScheduleChanges();
 }
 
 void KSSchedule::setEndOfSchedule(const KSDateTime& date) {
     if (date.isIdenticalTo(endOfSchedule_)) return;
+    // Inside the change brackets, so that the calendars are applied again at the close.
     beginScheduleChanges();
-    KSDateTime old = endOfSchedule_;
-    registerUndo([old](KSSchedule& s) { s.setEndOfSchedule(old); });
-    willChangeValueForKey("endOfSchedule");
-    endOfSchedule_ = date;
-    didChangeValueForKey("endOfSchedule");
+    KSUndoableSetter(*this, undoManager())
+        .key("endOfSchedule")
+        .comparedBy(KSSetterEquality::Identical)
+        .set(endOfSchedule_, date, &KSSchedule::setEndOfSchedule);
     finishedScheduleChanges();
 }
 
@@ -410,7 +404,8 @@ void KSSchedule::_setCustomScheduleForDayOfTheWeek(int weekday,
     int w = slot(weekday);
     std::shared_ptr<KSScheduledDay> old = normalWeek_[w];
     if (old == day) return;
-    registerUndo([w, old](KSSchedule& s) { s._setCustomScheduleForDayOfTheWeek(w, old); });
+    KSRegisterUndo(undoManager(), *this,
+                   [w, old](KSSchedule& s) { s._setCustomScheduleForDayOfTheWeek(w, old); });
     if (old) old->setSchedule(nullptr);
     if (day) day->setSchedule(this);
     normalWeek_[w] = std::move(day);

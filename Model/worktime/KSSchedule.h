@@ -199,8 +199,6 @@ public:
 private:
     static std::shared_ptr<KSSchedule> makeFilledSchedule(void (*fill)(int, KSScheduledDay&));
     static int slot(int weekday) { return ((weekday % 7) + 7) % 7; }
-    template <class F>
-    void registerUndo(F&& action);
     void _setCustomScheduleForDayOfTheWeek(int weekday, std::shared_ptr<KSScheduledDay> day);
     void _insertCalendarAtIndex(const std::shared_ptr<KSCalendar>& calendar, std::size_t index);
     // Where `day` stands in the local exceptions, or their end.

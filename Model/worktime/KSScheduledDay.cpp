@@ -8,6 +8,7 @@
 #include "Platform/core/KSFormat.h"
 #include "Platform/core/KSNumberText.h"
 #include "Platform/core/KSUndoManager.h"
+#include "Platform/core/KSUndoableSetter.h"
 
 namespace kestrum {
 
@@ -132,15 +133,6 @@ KSUndoManager* KSScheduledDay::undoManagerForScheduledDay() const {
     return nonretainedSchedule_->undoManager();
 }
 
-template <class F>
-void KSScheduledDay::registerUndo(F&& action) {
-    KSUndoManager* undo = undoManagerForScheduledDay();
-    if (!undo) return;
-    auto self = std::static_pointer_cast<KSScheduledDay>(weak_from_this().lock());
-    if (!self) return;
-    undo->registerUndoWithTarget(self, std::forward<F>(action));
-}
-
 void KSScheduledDay::reportChange() {
     if (batchChanges_) {
         haveChanges_ = true;
@@ -173,7 +165,8 @@ void KSScheduledDay::addSpanFromStartToEnd(double s, double e) {
     // Up to the cursor the new stretch is already accounted for.
     double cursor = s;
     auto addedStretch = [this](double from, double to) {
-        registerUndo([from, to](KSScheduledDay& day) { day.removeSpanFromStartToEnd(from, to); });
+        KSRegisterUndo(undoManagerForScheduledDay(), *this,
+                       [from, to](KSScheduledDay& day) { day.removeSpanFromStartToEnd(from, to); });
         totalDuration_ += to - from;
     };
     for (std::size_t i = 0; i < timeSpans_.size();) {
@@ -203,7 +196,8 @@ void KSScheduledDay::removeSpanFromStartToEnd(double s, double e) {
     if (s == e) return;
     bool changed = false;
     auto removedStretch = [&](double from, double to) {
-        registerUndo([from, to](KSScheduledDay& day) { day.addSpanFromStartToEnd(from, to); });
+        KSRegisterUndo(undoManagerForScheduledDay(), *this,
+                       [from, to](KSScheduledDay& day) { day.addSpanFromStartToEnd(from, to); });
         totalDuration_ -= to - from;
         changed = true;
     };

@@ -148,8 +148,6 @@ public:
 
 protected:
     void reportChange();
-    template <class F>
-    void registerUndo(F&& action);
     void sortSpans();
 
     KSSchedule* nonretainedSchedule_ = nullptr;

@@ -45,10 +45,11 @@ public:
 
     double effort() const { return effort_; }
     void setEffort(double effort) {
-        if (!setUndoableValue<RecordingTask>(effort_, effort, "effort", "Set Effort",
-                                             &RecordingTask::setEffort)) {
+        if (!undoableSetter<RecordingTask>()
+                 .key("effort")
+                 .action("Set Effort")
+                 .set(effort_, effort, &RecordingTask::setEffort))
             return;
-        }
         _needsSchedulingRecomputation();
         if (scenario()) scenario()->projectDidChange();
     }
