@@ -41,7 +41,8 @@ const KSClassInfo& KSDependency::staticClassInfo() {
             b.attribute("leadTime", &KSDependency::leadTime, &KSDependency::setLeadTime);
             b.attribute("leadTimeIsPercentage", &KSDependency::leadTimeIsPercentage,
                         &KSDependency::setLeadTimeIsPercentage);
-            b.attribute("isActive", &KSDependency::isActive, &KSDependency::setIsActive);
+            b.attribute("isActive", &KSDependency::isActive,
+                        static_cast<void (KSDependency::*)(bool)>(&KSDependency::setIsActive));
             b.attribute("dependentAlignedToEnd", &KSDependency::dependentAlignedToEnd,
                         &KSDependency::setDependentAlignedToEnd);
             b.attribute("prerequisiteAlignedToEnd", &KSDependency::prerequisiteAlignedToEnd,
@@ -275,6 +276,16 @@ void KSDependency::_storeDependentAlignedToEnd(bool flag) {
 }
 
 void KSDependency::setIsActive(bool flag) {
+    if (flag == flags_.isActive) return;
+    if (flag) KSTask::loopCheckWasBypassed();
+    _storeIsActive(flag);
+}
+
+void KSDependency::setIsActive(bool flag, KSLoopCheckedKey) {
+    _storeIsActive(flag);
+}
+
+void KSDependency::_storeIsActive(bool flag) {
     if (flag == flags_.isActive) return;
     if (nonretainedDependent_) nonretainedDependent_->_prerequisiteWillChange(*this);
     flags_.isActive = flag;

@@ -122,12 +122,21 @@ void KSTask::replaceObjectInChildrenAtIndexWithObject(std::size_t index,
 }
 
 void KSTask::_setParent(KSProjectItem* parent) {
+    auto* task = dynamic_cast<KSTask*>(parent);
+    // Edges that may close a loop no search has seen make the next recheck search in full.
+    const bool mayCloseLoop = task && task != this->parent() && _joiningMayCloseLoop();
+    if (!parent) _leavingParent();
+    KSTask* noted = _noteTaskJoiningParent(task ? this : nullptr);
     KSProjectItem::_setParent(parent);
-    if (auto* task = dynamic_cast<KSTask*>(parent)) {
+    if (task) {
         flags_.isSplitChunk = task->isSplitTask_;
+        if (mayCloseLoop) loopCheckWasBypassed();
         // A new place in the tree may make a link illegal.
         if (!task->isLoading()) recheckDependencies();
+        // The parent's list takes this task only now: that edge is not searched yet.
+        if (mayCloseLoop) loopCheckWasBypassed();
     }
+    _noteTaskJoiningParent(noted);
 }
 
 void KSTask::childrenDidChange() {

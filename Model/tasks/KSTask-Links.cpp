@@ -27,6 +27,8 @@ void KSTask::_addPrerequisite(const std::shared_ptr<KSDependency>& link) {
         return;
     willChangeValueForKey("prerequisites");
     prerequisites_.push_back(link);
+    // A link read from a file is checked with the whole plan once reading is done.
+    if (flags_.isLoading && link->isActive()) loopCheckWasBypassed();
     if (!flags_.isLoading) {
         // A link is never refused: one that may not be, or that closes a loop, stays in
         // the lists turned off, with an error on this task.
