@@ -205,6 +205,8 @@ void KSDependency::remove() {
 }
 
 void KSDependency::_forgetTask(const KSTask* task) {
+    // The link stops leading anywhere: what it held off may come back on.
+    if (flags_.isActive) KSTask::inactiveLinksMayComeBack();
     if (nonretainedPrerequisite_ == task) nonretainedPrerequisite_ = nullptr;
     if (nonretainedDependent_ == task) nonretainedDependent_ = nullptr;
 }
@@ -287,6 +289,7 @@ void KSDependency::setIsActive(bool flag, KSLoopCheckedKey) {
 
 void KSDependency::_storeIsActive(bool flag) {
     if (flag == flags_.isActive) return;
+    if (!flag) KSTask::inactiveLinksMayComeBack();
     if (nonretainedDependent_) nonretainedDependent_->_prerequisiteWillChange(*this);
     flags_.isActive = flag;
     if (nonretainedDependent_) nonretainedDependent_->_prerequisiteDidChange(*this);

@@ -37,7 +37,9 @@
 //   - the depth-first check of a link, when the prerequisite's tree holds a valid note
 //     and a probe finds no path from the prerequisite's end to the dependent: the check
 //     answers true for such a path or for a loop met on the way, and there is none to
-//     meet (_dependencyWouldCauseDependencyLoop).
+//     meet (_dependencyWouldCauseDependencyLoop);
+//   - the walk that tries to turn inactive links back on, when no change since the last
+//     whole walk can have let one back on (_findFixedDependencyLoops).
 //
 // While a task's parent is set, its start already leads to the parent's start, but the
 // parent's list takes it only after the recheck. The probes follow that edge backwards
@@ -71,6 +73,10 @@ thread_local std::uint32_t tLoopSearchNumber = 1;
 // The edges that came into force without a loop check; see the top of this file. Plans
 // on other threads share it: a count too high only costs them a full search.
 std::atomic<std::uint64_t> gUncheckedGeneration{1};
+
+// The changes that may let an inactive link back on: a link taken out or turned off, a
+// task leaving its parent, chunks that are no more, a tree joining with links turned off.
+std::atomic<std::uint64_t> gFreeingGeneration{1};
 
 std::atomic<bool> gLoopSearchShortcuts{true};
 
@@ -136,26 +142,28 @@ struct KSTask::LoopProbe {
         return false;
     }
 
-    // Gathers the subtree of `top`, each task marked inside; answers whether an active
-    // link has an end in it.
-    bool gatherSubtree(KSTask* top) {
+    // Gathers the subtree of `top`, each task marked inside, and notes whether an active
+    // link, or an inactive one, has an end in it.
+    void gatherSubtree(KSTask* top, bool& active, bool& inactive) {
         std::vector<KSTask*>& tasks = w_.tasks;
         tasks.clear();
         tasks.push_back(top);
-        bool linked = false;
+        active = inactive = false;
         for (std::size_t i = 0; i < tasks.size(); ++i) {
             KSTask* task = tasks[i];
             bits(task) |= kInside;
             for (const auto* list : {&task->prerequisites_, &task->dependents_}) {
-                for (const auto& link : *list)
-                    linked = linked || isActiveEdge(*link);
+                for (const auto& link : *list) {
+                    const bool edge = isActiveEdge(*link);
+                    active = active || edge;
+                    inactive = inactive || !edge;
+                }
             }
             if (task->children()) {
                 for (const auto& child : *task->children())
                     tasks.push_back(static_cast<KSTask*>(child.get()));
             }
         }
-        return linked;
     }
 
     // After gatherSubtree: whether an active link joins a task of the subtree to one
@@ -582,7 +590,20 @@ void KSTask::_findFixedDependencyLoops() {
     if (flags_.isLoading || !owner || owner->isLevelingResources()) return;
     // Without errors no link is off: the running total saves the walk.
     if (owner->errorCount() == 0 || !owner->rootTask()) return;
-    owner->rootTask()->_topDownFindFixedDependencyLoops();
+    KSTask* root = owner->rootTask().get();
+    // After a whole walk no inactive link of the tree can come back on: one refused is
+    // not allowed or its check finds a path or a loop, and the links turned on later in
+    // the walk only add edges. That lasts until a change that may free one (see
+    // inactiveLinksMayComeBack): adding edges or links that close loops frees none, and
+    // joining a parent only takes allowed links away. Until then a walk would turn
+    // nothing on, and is skipped. (A walk made while a task joins its parent does not
+    // reach that task yet, and proves nothing.)
+    const std::uint64_t generation = gFreeingGeneration.load(std::memory_order_relaxed);
+    if (loopSearchShortcuts() && root->linksSettledGeneration_ == generation) return;
+    root->_topDownFindFixedDependencyLoops();
+    if (gFreeingGeneration.load(std::memory_order_relaxed) == generation &&
+        !LoopProbe::workspace().joining)
+        root->linksSettledGeneration_ = generation;
 }
 
 void KSTask::_topDownFindFixedDependencyLoops() {
@@ -635,6 +656,14 @@ void KSTask::loopCheckWasBypassed() {
     gUncheckedGeneration.fetch_add(1, std::memory_order_relaxed);
 }
 
+void KSTask::inactiveLinksMayComeBack() {
+    gFreeingGeneration.fetch_add(1, std::memory_order_relaxed);
+}
+
+std::uint64_t KSTask::_linksSettledGenerationNow() {
+    return gFreeingGeneration.load(std::memory_order_relaxed);
+}
+
 std::uint64_t KSTask::_uncheckedLoopGeneration() {
     return gUncheckedGeneration.load(std::memory_order_relaxed);
 }
@@ -663,7 +692,7 @@ bool KSTask::_reachesNoLoop() const {
     return loopFreeGeneration_ != 0 && loopFreeGeneration_ == _uncheckedLoopGeneration();
 }
 
-bool KSTask::_joiningMayCloseLoop() {
+std::uint8_t KSTask::_joiningRisk() {
     // This task, c, joins a parent, p: the edges p.end -> c.end and c.start -> p.start
     // come in. It is proven that no tree known to reach no loop comes to reach one when c
     // is the top of its tree, no active link crosses the boundary of c's subtree, and c's
@@ -678,10 +707,22 @@ bool KSTask::_joiningMayCloseLoop() {
     //
     // A task that still has a parent keeps the old parent's edge into its end, another
     // way in: that case is never proven.
-    if (parent()) return true;
+    //
+    // Inactive links of the subtree were not seen by the last walk of fixed loops, which
+    // went through the plan's tree only: they may come back on.
+    if (parent()) return kJoinMayCloseLoop | kJoinBringsInactiveLinks;
     LoopProbe probe;
-    if (!probe.gatherSubtree(this)) return false;
-    return !_reachesNoLoop() || probe.subtreeHasCrossingLink();
+    bool active = false;
+    bool inactive = false;
+    probe.gatherSubtree(this, active, inactive);
+    std::uint8_t risk = inactive ? kJoinBringsInactiveLinks : 0;
+    if (active && (!_reachesNoLoop() || probe.subtreeHasCrossingLink())) risk |= kJoinMayCloseLoop;
+    return risk;
+}
+
+void KSTask::_noteJoiningRisk(std::uint8_t risk) {
+    if (risk & kJoinMayCloseLoop) loopCheckWasBypassed();
+    if (risk & kJoinBringsInactiveLinks) inactiveLinksMayComeBack();
 }
 
 KSTask* KSTask::_noteTaskJoiningParent(KSTask* task) {
@@ -690,10 +731,12 @@ KSTask* KSTask::_noteTaskJoiningParent(KSTask* task) {
 
 void KSTask::_leavingParent() {
     // Everything this task's end reaches was reachable from the top of the tree it leaves,
-    // and taking it out only removes edges.
+    // and taking it out only removes edges. Those edges, and the ancestors it leaves, may
+    // have held links off.
     KSTask* oldParent = parentTask();
     if (!oldParent) return;
     loopFreeGeneration_ = oldParent->_treeReachesNoLoop() ? _uncheckedLoopGeneration() : 0;
+    inactiveLinksMayComeBack();
 }
 
 }  // namespace kestrum

@@ -622,6 +622,10 @@ public:
     // plan and every new link runs the full check: a reference for tests and debugging.
     static bool loopSearchShortcuts();
     static void setLoopSearchShortcuts(bool enabled);
+    // Tells the loop checker that an inactive link may be allowed back on (a link taken
+    // out or turned off, a task leaving its parent, chunks that are chunks no more): the
+    // next try to turn links back on goes through the whole plan.
+    static void inactiveLinksMayComeBack();
 
     // --- Assignments ----------------------------------------------------------------------
     const std::vector<std::shared_ptr<KSAssignment>>& assignments() const { return assignments_; }
@@ -835,10 +839,15 @@ private:
     bool _treeReachesNoLoop();
     // Whether this task, the top of its tree, is known to reach no active loop.
     bool _reachesNoLoop() const;
-    // The tree changes around the loop checker: this task joins a parent (may the new
-    // edges close a loop that no search would find otherwise?) or leaves its parent.
-    bool _joiningMayCloseLoop();
+    // The tree changes around the loop checker: this task joins a parent or leaves it.
+    // Joining may close a loop that no search would find otherwise, or bring inactive
+    // links that may come back on; the risk, noted before the recheck and again after it
+    // (the parent's list takes the task only then), makes the next searches run in full.
+    enum JoinRisk : std::uint8_t { kJoinMayCloseLoop = 1, kJoinBringsInactiveLinks = 2 };
+    std::uint8_t _joiningRisk();
+    static void _noteJoiningRisk(std::uint8_t risk);
     void _leavingParent();
+    static std::uint64_t _linksSettledGenerationNow();
     // While a task's parent is set, its start leads to the parent's start before the
     // parent's list holds it: the probes must know. Answers the task noted before.
     static KSTask* _noteTaskJoiningParent(KSTask* task);
@@ -897,6 +906,9 @@ private:
     // For the top of a tree: the count of unchecked edges as of which no active loop can
     // be reached from this task's end node; 0 when unknown. A new task reaches none.
     std::uint64_t loopFreeGeneration_ = _uncheckedLoopGeneration();
+    // For a plan's root: the count of changes that may free links (see
+    // inactiveLinksMayComeBack) as of which no inactive link of the tree can come back on.
+    std::uint64_t linksSettledGeneration_ = _linksSettledGenerationNow();
     mutable std::vector<std::shared_ptr<KSIssue>> issues_;
 };
 
