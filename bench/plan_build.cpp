@@ -5,6 +5,8 @@
 //   BM_BuildGroupedPlan     groups join the plan first; each task is appended to its group
 //                           and linked to its two prerequisites at once, as a user or an
 //                           importer builds a plan from the top down
+//   BM_BuildGroupedPlanWithALoop  the same, with the first two tasks waiting for each
+//                           other: from then on the plan holds a loop error
 //   BM_BuildFilledGroups    as bench/propagation.cpp builds it: each group is filled before
 //                           it joins the plan, and the links are made afterwards, from the
 //                           last dependent back
@@ -176,8 +178,9 @@ void makeLink(Plan& plan, const Blueprint::Link& link) {
     if (link.lead != 0.0) made->setLeadTime(link.lead);
 }
 
-// Groups join the plan first; each task is appended and linked at once.
-void buildTopDown(Plan& plan, const Blueprint& blueprint) {
+// Groups join the plan first; each task is appended and linked at once. With `loop`, the
+// first two tasks also wait for each other, so that the plan holds an error from then on.
+void buildTopDown(Plan& plan, const Blueprint& blueprint, bool loop = false) {
     const int count = static_cast<int>(blueprint.hours.size());
     std::shared_ptr<KSTask> group;
     std::size_t next = 0;
@@ -192,6 +195,10 @@ void buildTopDown(Plan& plan, const Blueprint& blueprint) {
         plan.tasks.push_back(task);
         for (; next < blueprint.links.size() && blueprint.links[next].dependent == i; ++next)
             makeLink(plan, blueprint.links[next]);
+        if (loop && i == 1) {
+            makeLink(plan, {0, 1, 0.0});
+            makeLink(plan, {1, 0, 0.0});
+        }
     }
 }
 
@@ -239,13 +246,24 @@ void runBuild(benchmark::State& state, const Blueprint& blueprint, Build build) 
 
 void BM_BuildGroupedPlan(benchmark::State& state) {
     Blueprint blueprint = drawBlueprint(planSize(), static_cast<Shape>(state.range(0)));
-    runBuild(state, blueprint, buildTopDown);
+    runBuild(state, blueprint, [](Plan& plan, const Blueprint& b) { buildTopDown(plan, b); });
 }
 BENCHMARK(BM_BuildGroupedPlan)
     ->Unit(benchmark::kMillisecond)
     ->ArgName("local")
     ->Arg(kSpread)
     ->Arg(kLocal);
+
+// The same, with a loop closed in the first group at once: the plan holds an error from
+// then on, and every recheck also tries to turn the link back on.
+void BM_BuildGroupedPlanWithALoop(benchmark::State& state) {
+    Blueprint blueprint = drawBlueprint(planSize(), static_cast<Shape>(state.range(0)));
+    runBuild(state, blueprint, [](Plan& plan, const Blueprint& b) { buildTopDown(plan, b, true); });
+}
+BENCHMARK(BM_BuildGroupedPlanWithALoop)
+    ->Unit(benchmark::kMillisecond)
+    ->ArgName("local")
+    ->Arg(kSpread);
 
 void BM_BuildFilledGroups(benchmark::State& state) {
     Blueprint blueprint = drawBlueprint(planSize(), static_cast<Shape>(state.range(0)));
