@@ -192,6 +192,75 @@ TEST_P(DependencyLoopRecheckTest, ALinkClosingALongChainIsOffWithTheWholeChainAs
     drain();
 }
 
+// While a plan has errors, every change of the tree tries to turn inactive links back on.
+// A link that closes no loop comes back however it came to be off.
+
+//   C, D waiting for each other (an error).  A, B: B waits for A, turned off by hand and
+//   taken out; the tree changes; the link is put back, still off.
+TEST_P(DependencyLoopRecheckTest, ALinkPutBackWhileOffComesOnAtTheNextChangeOfTheTree) {
+    auto c = task("C");
+    auto d = task("D");
+    link(c, d);
+    link(d, c);
+    auto a = task("A");
+    auto b = task("B");
+    auto ab = link(a, b);
+    ab->setIsActive(false);
+    ab->remove();
+    task("X");
+    ab->instantiate();
+    EXPECT_FALSE(ab->isActive());
+    task("Y");
+    EXPECT_TRUE(ab->isActive());
+    EXPECT_EQ(scenario->errorCount(), 1u);
+    drain();
+}
+
+//   S split into the chunks P and Q, where Q waits for P: a link between chunks of one
+//   task is not allowed, and goes off. S becomes a group: P and Q are plain children.
+TEST_P(DependencyLoopRecheckTest, ALinkBetweenChunksComesBackWhenTheyArePlainChildrenAgain) {
+    auto s = task("S");
+    auto p = task("P", nullptr, true);
+    auto q = task("Q", nullptr, true);
+    auto pq = link(p, q);
+    s->setTaskTypeSplitTaskWithSplitChildren(taskTypeTask, true, KSTaskList{p, q});
+    ASSERT_TRUE(q->isSplitChunk());
+    q->recheckDependencies();
+    EXPECT_FALSE(pq->isActive());
+    task("X");
+    EXPECT_FALSE(pq->isActive());
+    s->setTaskType(taskTypeGroup);
+    ASSERT_FALSE(q->isSplitChunk());
+    task("Y");
+    EXPECT_TRUE(pq->isActive());
+    EXPECT_EQ(scenario->errorCount(), 0u);
+    drain();
+}
+
+//   A, B, X.  B waits for X, X for A, and A for B: off.  X is taken out of the plan with
+//   its links, then let go: its links lead nowhere, and the loop is gone.
+TEST_P(DependencyLoopRecheckTest, ALinkComesBackWhenATaskOnItsLoopIsGone) {
+    auto a = task("A");
+    auto b = task("B");
+    auto x = task("X");
+    link(x, b);
+    link(a, x);
+    auto ba = link(b, a);
+    ASSERT_FALSE(ba->isActive());
+    drain();
+    root().removeChildTask(x);
+    drain();
+    EXPECT_FALSE(ba->isActive());
+    // Nothing else holds X once the undo stack is cleared.
+    undo().removeAllActions();
+    std::weak_ptr<KSTask> gone = x;
+    x.reset();
+    ASSERT_TRUE(gone.expired());
+    task("Y");
+    EXPECT_TRUE(ba->isActive());
+    drain();
+}
+
 INSTANTIATE_TEST_SUITE_P(Shortcuts, DependencyLoopRecheckTest, ::testing::Bool(),
                          [](const auto& info) { return info.param ? "On" : "Off"; });
 
