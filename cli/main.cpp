@@ -1,7 +1,8 @@
 // kestrum: the command-line tool over the Kestrum library.
 //
 //   kestrum --version
-//   kestrum demo [--json]     schedule a sample plan and print its tasks' dates
+//   kestrum demo [--json]     schedule a sample plan and print its tasks' dates, costs and
+//                             the resources assigned
 //
 // Exit codes: 0 success, 1 failure while working, 2 usage error (also when no subcommand
 // is given: the usage then goes to standard error).
@@ -47,8 +48,9 @@ int main(int argc, char** argv) {
     bool demoJSON = false;
     CLI::App* demo = app.add_subcommand(
         "demo",
-        "Schedule a sample plan and print each task's outline number, title, start, "
-        "end and total slack (dates as ISO local date-times)");
+        "Schedule a sample plan with resources and print each task's outline number, "
+        "title, start, end, total slack, cost and the resources assigned to it (dates as "
+        "ISO local date-times, costs in US dollars)");
     demo->add_flag("--json", demoJSON, "Print JSON instead of a table");
 
     try {

@@ -28,6 +28,11 @@ bool valueIsOfClass(const KSValue& value, KSValueClass valueClass) {
             return value.isNumber() || value.isBool();
         case KSValueClass::AttributedString:
             return value.asObjectOfType<TWTextStorage>() != nullptr;
+        case KSValueClass::AssignedUnits:
+        case KSValueClass::ResourceType:
+        case KSValueClass::AddressBookPerson:
+            // Objects of the resource columns; their classes check the value themselves.
+            return value.isObject();
     }
     return false;
 }

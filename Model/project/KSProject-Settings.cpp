@@ -11,6 +11,8 @@
 #include "Model/project/KSDocumentProtocol.h"
 #include "Model/project/KSFilter.h"
 #include "Model/project/KSProject.h"
+
+#include "Model/formatters/KSCurrency.h"
 #include "Model/project/KSScenario.h"
 #include "Model/tasks/KSTask.h"
 #include "Platform/core/KSUserDefaults.h"
@@ -229,6 +231,21 @@ std::string KSProject::exampleCurrencyString() const {
     icu::UnicodeString text;
     format->format(1234.56, text);
     return utf8(text);
+}
+
+std::shared_ptr<KSCurrency> KSProject::selectedCurrencyDescription() const {
+    return selectedCurrency_ ? KSCurrency::currencyForCode(*selectedCurrency_)
+                             : KSCurrency::currencyForCurrentLocale();
+}
+
+std::vector<std::shared_ptr<KSCurrency>>
+KSProject::allCurrenciesSortedByDisplayNameInCurrentLocale() {
+    return KSCurrency::allCurrenciesSortedByDisplayNameInCurrentLocale();
+}
+
+std::vector<std::shared_ptr<KSCurrency>>
+KSProject::allCurrenciesSortedByPrevalenceAndDisplayNameInCurrentLocale() {
+    return KSCurrency::allCurrenciesSortedByPrevalenceAndDisplayNameInCurrentLocale();
 }
 
 // --- Filters

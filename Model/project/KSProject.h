@@ -38,6 +38,7 @@ namespace kestrum {
 
 class HLStyle;
 class HLStyleContext;
+class KSCurrency;
 class KSDocumentProtocol;
 class KSFilter;
 class KSScenarioPlaceholder;
@@ -249,6 +250,15 @@ public:
     void setSelectedCurrencyDisplayName(const std::string& displayName);
     // An amount in the selected currency, for settings panels.
     std::string exampleCurrencyString() const;
+    // How the selected currency (the locale's without one) shows costs; null for a code
+    // that cannot be learnt.
+    std::shared_ptr<KSCurrency> selectedCurrencyDescription() const;
+    // The currencies a plan may choose from, by display name, and with the ten common
+    // ones first.
+    static std::vector<std::shared_ptr<KSCurrency>>
+    allCurrenciesSortedByDisplayNameInCurrentLocale();
+    static std::vector<std::shared_ptr<KSCurrency>>
+    allCurrenciesSortedByPrevalenceAndDisplayNameInCurrentLocale();
 
     // --- Filters ------------------------------------------------------------------------
     const KSFilterMap& filters() const { return filters_; }

@@ -3,6 +3,8 @@
 
 #include <cmath>
 
+#include "Model/formatters/KSTimeSpanFormatter.h"
+#include "Model/project/KSProject.h"
 #include "Model/project/KSScenario.h"
 #include "Model/tasks/KSTask.h"
 #include "Model/worktime/KSScheduling.h"
@@ -345,9 +347,13 @@ void KSDependency::setLeadTimeIsPercentage(bool flag) {
 std::string KSDependency::leadTimeString() const {
     if (leadTimeIsPercentage())
         return KSStringWithFormat("%+d%%", static_cast<long long>(std::lround(leadTime_ * 100.0)));
-    // The amount reads as working hours until a duration formatter names the units.
+    // The amount in the project's effort units; in plain hours outside a project.
     char sign = leadTime_ < 0.0 ? '-' : '+';
-    std::string amount = KSStringWithFormat("%gh", std::fabs(leadTime_) / 3600.0);
+    KSTask* task = nonretainedPrerequisite_ ? nonretainedPrerequisite_ : nonretainedDependent_;
+    KSProject* project = task && task->scenario() ? task->scenario()->project() : nullptr;
+    std::string amount =
+        project ? project->sharedEffortFormatter()->stringForTimeInterval(std::fabs(leadTime_))
+                : KSStringWithFormat("%gh", std::fabs(leadTime_) / 3600.0);
     return KSStringWithFormat("%c%@", static_cast<long long>(sign), amount);
 }
 

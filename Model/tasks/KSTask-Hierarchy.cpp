@@ -234,26 +234,6 @@ void KSTask::_childDidChangeStaticCost(KSTask*, double delta) {
     _internalSetStaticCost(staticCost_ + delta);
 }
 
-void KSTask::setStaticCost(double cost) {
-    if (cost == staticCost_ || KSProjectItem::isGroup()) return;
-    registerUndo<KSTask>([old = staticCost_](KSTask& t) { t.setStaticCost(old); });
-    setUndoActionName("Set Static Cost");
-    _internalSetStaticCost(cost);
-}
-
-double KSTask::assignmentsCost() const {
-    // A group's and a split task's own static cost already holds its children's sum; the
-    // cost of assigned work is summed here. A task with no assignment costs nothing more.
-    double sum = 0.0;
-    if (_isGroupTask() || isSplitTask_) {
-        KSTaskList children;
-        _childrenTasks(children);
-        for (const auto& child : children)
-            sum += child->assignmentsCost();
-    }
-    return sum;
-}
-
 void KSTask::_internalSetStaticCost(double cost) {
     KSTaskList children;
     _childrenTasks(children);

@@ -229,6 +229,7 @@ const KSClassInfo& KSTask::staticClassInfo() {
                 return leaves ? objectList(*leaves) : KSValue();
             });
             b.readOnly("assignmentsCost", &KSTask::assignmentsCost);
+            _registerAssignmentAttributes(b);
             b.readOnly("totalCost", &KSTask::totalCost);
             b.dependentKeys("isStartDateLocked", {"startLockedDate"});
             b.dependentKeys("isEndDateLocked", {"endLockedDate"});
@@ -820,21 +821,6 @@ void KSTask::countIssues(int* errors, int* warnings) const {
     *warnings = 0;
     for (const auto& issue : issues_)
         countOf(*issue, errors, warnings);
-}
-
-// --- Assignments --------------------------------------------------------------------------------
-
-void KSTask::_removeAllAssignments() {
-    if (assignments_.empty()) return;
-    auto old = assignments_;
-    registerUndo<KSTask>([old](KSTask& t) {
-        t.willChangeValueForKey("assignments");
-        t.assignments_ = old;
-        t.didChangeValueForKey("assignments");
-    });
-    willChangeValueForKey("assignments");
-    assignments_.clear();
-    didChangeValueForKey("assignments");
 }
 
 }  // namespace kestrum

@@ -1,5 +1,9 @@
 #include "Model/worktime/KSSchedule.h"
 
+#include "Model/resources/KSAssignment.h"
+#include "Model/resources/KSResource.h"
+#include "Model/tasks/KSTask.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -519,9 +523,27 @@ void KSSchedule::scheduleDidChangeForDay(KSScheduledDay* day) {
     }
 }
 
-void KSSchedule::setAssignmentTimeSpentForTask(KSTask&) {
-    // Filled in with tasks and assignments: the effort divided by each assigned resource's
-    // efficiency, 0 for material resources and group assignments.
+void KSSchedule::setAssignmentTimeSpentForTask(KSTask& task) {
+    // Each resource spends the effort divided by its efficiency; materials and idle
+    // resources spend none, and a group's time is its specifics'.
+    double effort = task.effort();
+    for (const auto& assignment : task.assignments()) {
+        KSResource* resource = assignment->resource();
+        if (!resource || resource->isMaterial() || !(resource->efficiency() > 0.0)) {
+            assignment->setTimeSpent(0.0);
+            continue;
+        }
+        if (assignment->specificAssignments()) {
+            assignment->setTimeSpent(0.0);
+            for (const auto& specific : *assignment->specificAssignments()) {
+                KSResource* member = specific->resource();
+                double efficiency = member ? member->efficiency() : 0.0;
+                specific->setTimeSpent(efficiency > 0.0 ? effort / efficiency : 0.0);
+            }
+            continue;
+        }
+        assignment->setTimeSpent(effort / resource->efficiency());
+    }
 }
 
 }  // namespace kestrum

@@ -9,7 +9,9 @@
 // It answers the engine's work-time questions (KSScheduling): the end date of an effort,
 // its start date for an end, the work between two dates, where work may start or end.
 // These walk the days with the schedule's own two enumerators and skip whole normal weeks
-// at once, so they allocate nothing and must not nest on one schedule.
+// at once, so they allocate nothing and must not nest on one schedule in one direction
+// (an assertion fails if they do). The delegate (the owning resource) gives the plan's
+// granularity, which the start and end adjustments round by.
 //
 // Every change is bracketed by beginScheduleChanges / finishedScheduleChanges, which tell
 // the delegate and the inheriting schedules, remake the exceptions from the calendars when
