@@ -43,7 +43,8 @@ const KSClassInfo& KSDependency::staticClassInfo() {
             b.attribute("leadTime", &KSDependency::leadTime, &KSDependency::setLeadTime);
             b.attribute("leadTimeIsPercentage", &KSDependency::leadTimeIsPercentage,
                         &KSDependency::setLeadTimeIsPercentage);
-            b.attribute("isActive", &KSDependency::isActive, &KSDependency::setIsActive);
+            b.attribute("isActive", &KSDependency::isActive,
+                        static_cast<void (KSDependency::*)(bool)>(&KSDependency::setIsActive));
             b.attribute("dependentAlignedToEnd", &KSDependency::dependentAlignedToEnd,
                         &KSDependency::setDependentAlignedToEnd);
             b.attribute("prerequisiteAlignedToEnd", &KSDependency::prerequisiteAlignedToEnd,
@@ -206,6 +207,8 @@ void KSDependency::remove() {
 }
 
 void KSDependency::_forgetTask(const KSTask* task) {
+    // The link stops leading anywhere: what it held off may come back on.
+    if (flags_.isActive) KSTask::inactiveLinksMayComeBack();
     if (nonretainedPrerequisite_ == task) nonretainedPrerequisite_ = nullptr;
     if (nonretainedDependent_ == task) nonretainedDependent_ = nullptr;
 }
@@ -278,6 +281,17 @@ void KSDependency::_storeDependentAlignedToEnd(bool flag) {
 
 void KSDependency::setIsActive(bool flag) {
     if (flag == flags_.isActive) return;
+    if (flag) KSTask::loopCheckWasBypassed();
+    _storeIsActive(flag);
+}
+
+void KSDependency::setIsActive(bool flag, KSLoopCheckedKey) {
+    _storeIsActive(flag);
+}
+
+void KSDependency::_storeIsActive(bool flag) {
+    if (flag == flags_.isActive) return;
+    if (!flag) KSTask::inactiveLinksMayComeBack();
     if (nonretainedDependent_) nonretainedDependent_->_prerequisiteWillChange(*this);
     flags_.isActive = flag;
     if (nonretainedDependent_) nonretainedDependent_->_prerequisiteDidChange(*this);

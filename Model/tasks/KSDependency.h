@@ -45,6 +45,12 @@ enum KSDependencyKind : std::int32_t {
 // "SS", "SF", "FS", "FF"; "FS" for a value out of range.
 std::string KSDependencyKindArchiveString(KSDependencyKind kind);
 
+// The loop checker's key to turn a link on that it has just checked for loops.
+class KSLoopCheckedKey {
+    friend class KSTask;
+    KSLoopCheckedKey() = default;
+};
+
 class KSDependency : public BKObject {
     KS_DECLARE_CLASS()
 public:
@@ -112,7 +118,11 @@ public:
     void setDependentAlignedToEnd(bool flag);
     // Whether the link is in force; the loop checker turns it off and on.
     bool isActive() const { return flags_.isActive; }
+    // Turning a link on here bypasses the loop check: the plans search in full at their
+    // next recheck.
     void setIsActive(bool flag);
+    // The loop checker's own switch, for a link it has found to close no loop.
+    void setIsActive(bool flag, KSLoopCheckedKey);
 
     // --- Lead time ----------------------------------------------------------------------------
     // Seconds of working time, or a fraction of the prerequisite's effort (0.5 is 50%).
@@ -193,6 +203,7 @@ private:
     // The work time of the lead: the prerequisite's for a percentage, else the plan's.
     KSScheduling* _leadTimeSchedule() const;
     void _storeDependentAlignedToEnd(bool flag);
+    void _storeIsActive(bool flag);
 
     KSTask* nonretainedPrerequisite_;
     KSTask* nonretainedDependent_;

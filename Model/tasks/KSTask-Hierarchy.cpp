@@ -122,12 +122,21 @@ void KSTask::replaceObjectInChildrenAtIndexWithObject(std::size_t index,
 }
 
 void KSTask::_setParent(KSProjectItem* parent) {
+    auto* task = dynamic_cast<KSTask*>(parent);
+    // What the loop checks have not seen makes the next recheck search in full.
+    const std::uint8_t risk = task && task != this->parent() ? _joiningRisk() : 0;
+    if (!parent) _leavingParent();
+    KSTask* noted = _noteTaskJoiningParent(task ? this : nullptr);
     KSProjectItem::_setParent(parent);
-    if (auto* task = dynamic_cast<KSTask*>(parent)) {
+    if (task) {
         flags_.isSplitChunk = task->isSplitTask_;
+        _noteJoiningRisk(risk);
         // A new place in the tree may make a link illegal.
         if (!task->isLoading()) recheckDependencies();
+        // The parent's list takes this task only now: what it brings is not seen yet.
+        _noteJoiningRisk(risk);
     }
+    _noteTaskJoiningParent(noted);
 }
 
 void KSTask::childrenDidChange() {

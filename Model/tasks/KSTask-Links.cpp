@@ -27,6 +27,10 @@ void KSTask::_addPrerequisite(const std::shared_ptr<KSDependency>& link) {
         return;
     willChangeValueForKey("prerequisites");
     prerequisites_.push_back(link);
+    // A link read from a file is checked with the whole plan once reading is done.
+    if (flags_.isLoading && link->isActive()) loopCheckWasBypassed();
+    // A link that comes in off may be allowed on by the next walk of fixed loops.
+    if (!link->isActive()) inactiveLinksMayComeBack();
     if (!flags_.isLoading) {
         // A link is never refused: one that may not be, or that closes a loop, stays in
         // the lists turned off, with an error on this task.
@@ -61,6 +65,7 @@ void KSTask::_removePrerequisite(const KSDependency& link) {
     prerequisites_.erase(it);
     // A link that goes may free one that was turned off for closing a loop with it.
     if (wasActive) {
+        inactiveLinksMayComeBack();
         _findFixedDependencyLoops();
     } else {
         _removeLoopIssueForDependency(link);

@@ -104,6 +104,8 @@ void KSTask::_becomeSplitChunk() {
 
 void KSTask::_notSplitChunk() {
     flags_.isSplitChunk = 0;
+    // A link between two chunks of one split task may now be allowed.
+    inactiveLinksMayComeBack();
 }
 
 }  // namespace kestrum

@@ -630,51 +630,26 @@ public:
     static bool connectionBetweenTasks(const KSTaskList& tasks);
 
     // --- Dependency loops (KSTask-Loops.cpp) --------------------------------------------------
-    // A task is two nodes, its start and its end; marks are 0 unvisited, 1 on the path,
-    // 2 finished. The searches keep their own work list.
-    int _dfsStatusStartNode() const;
-    int _dfsStatusEndNode() const;
-    // Clears the marks and traversal links of a search. Marks carry the number of the
-    // search that set them, so clearing starts a new search number: every mark of an
-    // older search reads as clear, in the whole plan at once.
-    void _unmarkRecursively();
-    // Depth-first visits. With `loopDependency` the search stops at the first loop and
-    // stores the link that closed it (or null); without, each loop found is broken.
-    bool _dfsVisitStartFromAbortOnLoop(KSTask* enteringTask, KSDependency** loopDependency);
-    bool _dfsVisitEndFromAbortOnLoop(KSDependency* dependency, KSDependency** loopDependency);
-    // Breaks every loop of the plan, one search per loop (on the root).
-    void _dfsSearch();
-    // Walks back from this task's node to the target node and deactivates the first link.
-    void _foundLoopToStartOfTaskWithDependencyInStartNode(bool toStart, KSTask* task,
-                                                          KSDependency* dependency,
-                                                          bool inStartNode);
-    void _startFollowLoopBackToStartOfTaskForDependencies(bool toStart, KSTask* task,
-                                                          KSDependencyList& dependencies);
-    void _endFollowLoopBackToStartOfTaskForDependencies(bool toStart, KSTask* task,
-                                                        KSDependencyList& dependencies);
-    // Whether `link` into this task would close a loop; the other links of the loop go to
-    // `loop` when given.
-    bool _dependencyWouldCauseDependencyLoop(const KSDependency& link, KSDependencyList* loop);
-    // Turns a link into this task off (undoable) with a loop error; `loop` may be null.
-    void _deactivatePrerequisiteInLoop(const std::shared_ptr<KSDependency>& link,
-                                       const KSDependencyList* loop);
-    // Turns it back on when it is allowed and closes no loop any more (undoable).
-    void _reactivatePrerequisiteInLoop(const std::shared_ptr<KSDependency>& link,
-                                       const KSDependencyList* loop);
-    // The last loop error of this task that holds `link`, or null.
-    std::shared_ptr<KSDependencyLoopError> _loopIssueForDependency(const KSDependency& link) const;
-    void _removeLoopIssueForDependency(const KSDependency& link);
-    void _findNewDependencyLoops();
-    // Tries to reactivate inactive links when the plan has errors.
-    void _findFixedDependencyLoops();
-    void _topDownFindFixedDependencyLoops();
-    // Breaks the loops of a plan just read.
+    // Breaks the loops of a plan just read: a search of the whole plan from the root.
     void topDownFindDependencyLoops();
     // After the tree changed around this task: links that became illegal go inactive,
     // new loops are broken and fixed ones reactivated.
     void recheckDependencies();
     // Nothing: a plan just read is checked by topDownFindDependencyLoops.
     void initialLoadCheckDependencies() {}
+    // Tells the loop checker that a link came into force without its check (turned on
+    // directly or by key, or added while loading): every plan searches in full at its
+    // next recheck, and no tree is taken as free of loops until then.
+    static void loopCheckWasBypassed();
+    // Whether rechecks skip the whole-plan search and links skip the depth-first search
+    // when neither can find a loop (on by default). Off, every recheck searches the whole
+    // plan and every new link runs the full check: a reference for tests and debugging.
+    static bool loopSearchShortcuts();
+    static void setLoopSearchShortcuts(bool enabled);
+    // Tells the loop checker that an inactive link may be allowed back on (a link taken
+    // out or turned off, a task leaving its parent, chunks that are chunks no more): the
+    // next try to turn links back on goes through the whole plan.
+    static void inactiveLinksMayComeBack();
 
     // --- Assignments (KSTask-Assignments.cpp) -------------------------------------------------
     // The plain assignments, in order (specifics sit in their general assignment).
@@ -890,8 +865,49 @@ private:
     // Whether a walk would stop at its first step with nothing to clear or set.
     bool _invalidationWouldStopAtOnce(InvalidationWalk walk) const;
 
-    // --- Loop search (KSTask-Loops.cpp) --------------------------------------------------
+    // --- Dependency loops (KSTask-Loops.cpp) --------------------------------------------
+    // A task is two nodes, its start and its end; marks are 0 unvisited, 1 on the path,
+    // 2 finished. The searches keep their own work list.
+    int _dfsStatusStartNode() const;
+    int _dfsStatusEndNode() const;
+    // Clears the marks and traversal links of a search. Marks carry the number of the
+    // search that set them, so clearing starts a new search number: every mark of an
+    // older search reads as clear, in the whole plan at once.
+    void _unmarkRecursively();
+    // Depth-first visits. With `loopDependency` the search stops at the first loop and
+    // stores the link that closed it (or null); without, each loop found is broken.
+    bool _dfsVisitStartFromAbortOnLoop(KSTask* enteringTask, KSDependency** loopDependency);
+    bool _dfsVisitEndFromAbortOnLoop(KSDependency* dependency, KSDependency** loopDependency);
+    // Breaks every loop of the plan, one search per loop (on the root).
+    void _dfsSearch();
+    // Walks back from this task's node to the target node and deactivates the first link.
+    void _foundLoopToStartOfTaskWithDependencyInStartNode(bool toStart, KSTask* task,
+                                                          KSDependency* dependency,
+                                                          bool inStartNode);
+    void _startFollowLoopBackToStartOfTaskForDependencies(bool toStart, KSTask* task,
+                                                          KSDependencyList& dependencies);
+    void _endFollowLoopBackToStartOfTaskForDependencies(bool toStart, KSTask* task,
+                                                        KSDependencyList& dependencies);
+    // Whether `link` into this task would close a loop; the other links of the loop go to
+    // `loop` when given.
+    bool _dependencyWouldCauseDependencyLoop(const KSDependency& link, KSDependencyList* loop);
+    // Turns a link into this task off (undoable) with a loop error; `loop` may be null.
+    void _deactivatePrerequisiteInLoop(const std::shared_ptr<KSDependency>& link,
+                                       const KSDependencyList* loop);
+    // Turns it back on when it is allowed and closes no loop any more (undoable).
+    void _reactivatePrerequisiteInLoop(const std::shared_ptr<KSDependency>& link,
+                                       const KSDependencyList* loop);
+    // The last loop error of this task that holds `link`, or null.
+    std::shared_ptr<KSDependencyLoopError> _loopIssueForDependency(const KSDependency& link) const;
+    void _removeLoopIssueForDependency(const KSDependency& link);
+    // Breaks the loops of the whole plan (a search from the root).
+    void _findNewDependencyLoops();
+    // Tries to reactivate inactive links when the plan has errors.
+    void _findFixedDependencyLoops();
+    void _topDownFindFixedDependencyLoops();
+
     struct LoopHit;
+    struct LoopProbe;
     // The search from one node, with its own work list; see the _dfsVisit... operations.
     bool _dfsRun(bool startNode, KSTask* enteringTask, KSDependency* dependency, bool abortOnLoop,
                  LoopHit* hit);
@@ -903,6 +919,25 @@ private:
     void _refreshLoopMarks();
     void _enterStartNode(KSTask* enteringTask);
     void _enterEndNode(KSDependency* dependency);
+    // The count of links and tree edges that came into force without a loop check.
+    static std::uint64_t _uncheckedLoopGeneration();
+    // Whether the top of this task's tree (the root of its plan, or the top of a detached
+    // tree) is known to reach no loop.
+    bool _treeReachesNoLoop();
+    // Whether this task, the top of its tree, is known to reach no active loop.
+    bool _reachesNoLoop() const;
+    // The tree changes around the loop checker: this task joins a parent or leaves it.
+    // Joining may close a loop that no search would find otherwise, or bring inactive
+    // links that may come back on; the risk, noted before the recheck and again after it
+    // (the parent's list takes the task only then), makes the next searches run in full.
+    enum JoinRisk : std::uint8_t { kJoinMayCloseLoop = 1, kJoinBringsInactiveLinks = 2 };
+    std::uint8_t _joiningRisk();
+    static void _noteJoiningRisk(std::uint8_t risk);
+    void _leavingParent();
+    static std::uint64_t _linksSettledGenerationNow();
+    // While a task's parent is set, its start leads to the parent's start before the
+    // parent's list holds it: the probes must know. Answers the task noted before.
+    static KSTask* _noteTaskJoiningParent(KSTask* task);
 
     std::optional<std::string> title_;
     std::int32_t numericalOrder_ = -1;
@@ -952,6 +987,15 @@ private:
     std::uint16_t datesBeingPrepared_ = 0;
     // The loop search whose marks the flags hold.
     std::uint32_t loopSearchNumber_ = 0;
+    // The probe whose visit bits loopProbeBits_ holds (see LoopProbe).
+    std::uint32_t loopProbeNumber_ = 0;
+    std::uint8_t loopProbeBits_ = 0;
+    // For the top of a tree: the count of unchecked edges as of which no active loop can
+    // be reached from this task's end node; 0 when unknown. A new task reaches none.
+    std::uint64_t loopFreeGeneration_ = _uncheckedLoopGeneration();
+    // For a plan's root: the count of changes that may free links (see
+    // inactiveLinksMayComeBack) as of which no inactive link of the tree can come back on.
+    std::uint64_t linksSettledGeneration_ = _linksSettledGenerationNow();
     mutable std::vector<std::shared_ptr<KSIssue>> issues_;
     // What schedule() answers, and the plan it was made in: the plan's calendar (shared
     // with the root resource) until assignments bring work divisions, which it then owns.
