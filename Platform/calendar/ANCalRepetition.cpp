@@ -3,6 +3,7 @@
 #include <libical/ical.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <mutex>
 #include <tuple>
 
@@ -128,6 +129,24 @@ std::shared_ptr<ANCalRepetition> ANCalRepetition::repetitionWithRRule(std::strin
                     "The repetition rule %@ names a leap month, which the Gregorian "
                     "calendar does not have.");
         }
+    }
+    // A numbered weekday (BYDAY=2MO) counts within a month or a year; libical searches
+    // far for a number that no month or year reaches (BYDAY=-6MO), so such rules are
+    // refused with the others that RFC 5545 forbids.
+    const bool withinMonth =
+        r.freq == ICAL_MONTHLY_RECURRENCE ||
+        (r.freq == ICAL_YEARLY_RECURRENCE && countOfValues(r.by_month, ICAL_BY_MONTH_SIZE) > 0);
+    for (int i = 0; i < countOfValues(r.by_day, ICAL_BY_DAY_SIZE); ++i) {
+        const int position = icalrecurrencetype_day_position(r.by_day[i]);
+        if (position == 0) continue;
+        if (r.freq != ICAL_MONTHLY_RECURRENCE && r.freq != ICAL_YEARLY_RECURRENCE)
+            return refuse(
+                "The repetition rule %@ numbers a weekday, which only a monthly or yearly "
+                "rule can do.");
+        if (r.freq == ICAL_YEARLY_RECURRENCE && countOfValues(r.by_week_no, ICAL_BY_WEEKNO_SIZE))
+            return refuse("The repetition rule %@ numbers a weekday within numbered weeks.");
+        if (std::abs(position) > (withinMonth ? 5 : 53))
+            return refuse("The repetition rule %@ numbers a weekday that no month or year has.");
     }
     if (countOfValues(r.by_hour, ICAL_BY_HOUR_SIZE) > 1 ||
         countOfValues(r.by_minute, ICAL_BY_MINUTE_SIZE) > 1 ||

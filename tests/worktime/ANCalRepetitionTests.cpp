@@ -102,6 +102,13 @@ TEST(ANCalRepetition, RefusesRulesItCannotReadOrThatRepeatWithinADay) {
         {"FREQ=YEARLY;BYYEARDAY=366;BYMONTH=1", "combines parts that cannot go together."},
         {"FREQ=YEARLY;BYMONTH=2L;BYMONTHDAY=29",
          "names a leap month, which the Gregorian calendar does not have."},
+        // Numbered weekdays: only in monthly and yearly rules, and only numbers a month
+        // (5) or a year (53) reaches; libical would search for a sixth Monday for long.
+        {"FREQ=MONTHLY;BYDAY=-6MO;COUNT=63", "numbers a weekday that no month or year has."},
+        {"FREQ=YEARLY;BYMONTH=3;BYDAY=6MO", "numbers a weekday that no month or year has."},
+        {"FREQ=YEARLY;BYDAY=-54FR", "numbers a weekday that no month or year has."},
+        {"FREQ=WEEKLY;BYDAY=2MO", "numbers a weekday, which only a monthly or yearly rule can do."},
+        {"FREQ=YEARLY;BYWEEKNO=20;BYDAY=1MO", "numbers a weekday within numbered weeks."},
     };
     for (const auto& c : cases) {
         KSError error;
@@ -115,6 +122,11 @@ TEST(ANCalRepetition, RefusesRulesItCannotReadOrThatRepeatWithinADay) {
     EXPECT_EQ(ANCalRepetition::repetitionWithRRule(std::string_view("FREQ=DAILY\0X", 12), &error),
               nullptr);
     EXPECT_NE(error.localizedDescription().find("NUL"), std::string::npos);
+    // The last Friday of a month and the twentieth Monday of a year exist.
+    auto lastFriday = rule("FREQ=MONTHLY;BYDAY=-1FR");
+    lastFriday->setStartDate(local(2021, 1, 1, 9));
+    EXPECT_EQ(ymd(lastFriday->firstRepetitionInstance()), "2021-01-29 09:00");
+    EXPECT_NE(ANCalRepetition::repetitionWithRRule("FREQ=YEARLY;BYDAY=20MO"), nullptr);
     // One time of day is fine, and so is a leap month of a calendar that has them.
     EXPECT_NE(ANCalRepetition::repetitionWithRRule("FREQ=DAILY;BYHOUR=9;BYMINUTE=30"), nullptr);
     auto adar = rule("RSCALE=HEBREW;FREQ=YEARLY;BYMONTH=5L;BYMONTHDAY=8");
