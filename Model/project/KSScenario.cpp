@@ -193,14 +193,16 @@ void KSScenario::invalidate() {
 
 void KSScenario::setName(const std::string& name) {
     if (name == name_) return;
-    registerUndo<KSScenario>([old = name_](KSScenario& s) { s.setName(old); });
+    // The project's list of scenarios shows the name: its change brackets the scenario's.
     if (nonretainedProject_) nonretainedProject_->willChangeValueForKey("scenarioPlaceholders");
-    willChangeValueForKey("name");
-    name_ = name;
-    if (nonretainedProject_) {
-        if (auto holder = nonretainedProject_->placeholderForScenario(*this)) holder->setName(name);
-    }
-    didChangeValueForKey("name");
+    undoableSetter<KSScenario>()
+        .key("name")
+        .after([&] {
+            if (!nonretainedProject_) return;
+            if (auto holder = nonretainedProject_->placeholderForScenario(*this))
+                holder->setName(name);
+        })
+        .set(name_, name, &KSScenario::setName);
     if (nonretainedProject_) nonretainedProject_->didChangeValueForKey("scenarioPlaceholders");
 }
 

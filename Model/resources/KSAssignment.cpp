@@ -9,6 +9,7 @@
 #include "Platform/core/KSLocalization.h"
 #include "Platform/core/KSNumberText.h"
 #include "Platform/core/KSUndoManager.h"
+#include "Platform/core/KSUndoableSetter.h"
 
 namespace kestrum {
 
@@ -164,17 +165,21 @@ void KSAssignment::setUnitsAssigned(double units) {
         remove();
         return;
     }
-    double old = unitsAssigned_;
-    if (um) {
-        um->registerUndoWithTarget(self, [old](KSAssignment& a) { a.setUnitsAssigned(old); });
-    }
-    if (task) task->_assignmentUnitsWillChange(this);
-    if (resource) resource->_assignmentUnitsWillChange(this);
-    unitsAssigned_ = units;
-    setSpecificAssignments(std::nullopt);
-    if (manuallyAdjustingUnitsAssigned_ && task) task->_specificAssignmentUnitsDidChange(this);
-    if (task) task->_assignmentUnitsDidChange();
-    if (resource) resource->_assignmentUnitsDidChange(this);
+    // No key of its own: the task and the resource announce what the units change.
+    KSUndoableSetter(*this, um)
+        .before([&] {
+            if (task) task->_assignmentUnitsWillChange(this);
+            if (resource) resource->_assignmentUnitsWillChange(this);
+        })
+        .after([&] {
+            setSpecificAssignments(std::nullopt);
+            if (manuallyAdjustingUnitsAssigned_ && task)
+                task->_specificAssignmentUnitsDidChange(this);
+            if (task) task->_assignmentUnitsDidChange();
+            if (resource) resource->_assignmentUnitsDidChange(this);
+        })
+        .set(unitsAssigned_, units, &KSAssignment::setUnitsAssigned);
+    // Named last: the task's effort or duration that followed the units named it too.
     if (um) um->setActionName(KSLocalizedString("Change Units Assigned"));
 }
 

@@ -127,11 +127,10 @@ void KSResource::setUnitsAvailable(double units) {
     KSResource* parent = parentResource();
     _resourceValuesWillChange();
     if (parent) parent->childWillChangeSummaryValue();
-    registerUndo<KSResource>([old = unitsAvailable_](KSResource& r) { r.setUnitsAvailable(old); });
-    setUndoActionName("Change Units Available");
-    willChangeValueForKey("unitsAvailable");
-    unitsAvailable_ = units;
-    didChangeValueForKey("unitsAvailable");
+    undoableSetter<KSResource>()
+        .key("unitsAvailable")
+        .action("Change Units Available")
+        .set(unitsAvailable_, units, &KSResource::setUnitsAvailable);
     if (parent) parent->childDidChangeSummaryValue();
     _resourceValuesDidChange();
 }
@@ -173,11 +172,10 @@ void KSResource::setEfficiency(double efficiency) {
     for (auto it = assignments_.rbegin(); it != assignments_.rend(); ++it)
         (*it)->resourceEfficiencyWillChange();
     if (countOfChildren() == 0) {
-        registerUndo<KSResource>([old = efficiency_](KSResource& r) { r.setEfficiency(old); });
-        setUndoActionName("Change Efficiency");
-        willChangeValueForKey("efficiency");
-        efficiency_ = efficiency;
-        didChangeValueForKey("efficiency");
+        undoableSetter<KSResource>()
+            .key("efficiency")
+            .action("Change Efficiency")
+            .set(efficiency_, efficiency, &KSResource::setEfficiency);
     } else {
         // The mark holds the group's own recomputation back until the last leaf is set.
         efficiency_ = -1.0;
@@ -237,19 +235,20 @@ double KSResource::costPerHour() const {
 void KSResource::_setCost(double KSResource::*field, double cost, const char* key,
                           const char* action, void (KSResource::*setter)(double)) {
     if (cost < 0.0 || std::isnan(cost) || cost == this->*field) return;
-    registerUndo<KSResource>([old = this->*field, setter](KSResource& r) { (r.*setter)(old); });
-    setUndoActionName(action);
     KSResource* parent = parentResource();
     _resourceValuesWillChange();
     if (parent) parent->childWillChangeSummaryValue();
-    willChangeValueForKey(key);
-    this->*field = cost;
-    if (countOfChildren() > 0) {
-        auto leaves = leafResources();
-        for (auto it = leaves.rbegin(); it != leaves.rend(); ++it)
-            ((**it).*setter)(cost);
-    }
-    didChangeValueForKey(key);
+    undoableSetter<KSResource>()
+        .key(key)
+        .action(action)
+        .after([&] {
+            // A group sets every leaf to the same cost.
+            if (countOfChildren() == 0) return;
+            auto leaves = leafResources();
+            for (auto it = leaves.rbegin(); it != leaves.rend(); ++it)
+                ((**it).*setter)(cost);
+        })
+        .set(this->*field, cost, setter);
     _resourceValuesDidChange();
     if (parent) parent->childDidChangeSummaryValue();
 }

@@ -265,15 +265,12 @@ void KSResource::setName(const std::optional<std::string>& name) {
     std::optional<std::string> cleaned;
     if (name) cleaned = KSResourceNameFormatter::replaceUnwantedCharacters(*name);
     if (cleaned == name_) return;
-    // The first naming is part of making the resource, not an edit of its own.
-    if (name_) {
-        registerUndo<KSResource>([old = name_](KSResource& r) { r.setName(old); });
-        setUndoActionName("Set Name");
-    }
     _resourceValuesWillChange();
-    willChangeValueForKey("name");
-    name_ = cleaned;
-    didChangeValueForKey("name");
+    // The first naming is part of making the resource, not an edit of its own.
+    KSUndoableSetter<KSResource>(*this, name_ ? undoManager() : nullptr)
+        .key("name")
+        .action("Set Name")
+        .set(name_, cleaned, &KSResource::setName);
     _resourceValuesDidChange();
     titleDidChange();
 }

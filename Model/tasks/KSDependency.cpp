@@ -11,6 +11,7 @@
 #include "Platform/core/KSFormat.h"
 #include "Platform/core/KSLocalization.h"
 #include "Platform/core/KSUndoManager.h"
+#include "Platform/core/KSUndoableSetter.h"
 
 namespace kestrum {
 
@@ -178,10 +179,8 @@ void KSDependency::instantiate() {
     if (flags_.isValid || !nonretainedPrerequisite_ || !nonretainedDependent_) return;
     auto self = sharedFromThis<KSDependency>();
     KSUndoManager* um = undoManager();
-    if (um) {
-        um->registerUndoWithTarget(
-            self, [](KSDependency& d) { _removeDependency(d.sharedFromThis<KSDependency>()); });
-    }
+    KSRegisterUndo(um, *this,
+                   [](KSDependency& d) { _removeDependency(d.sharedFromThis<KSDependency>()); });
     nameAction(um, "Create Dependency");
     flags_.isValid = true;
     nonretainedPrerequisite_->_addDependent(self);
@@ -191,12 +190,11 @@ void KSDependency::instantiate() {
 void KSDependency::removeWithUndoManager(KSUndoManager* undoManager) {
     if (!flags_.isValid) return;
     auto self = sharedFromThis<KSDependency>();
-    if (undoManager) {
-        undoManager->registerUndoWithTarget(self, [](KSDependency& d) {
-            _instantiateDependency(d.sharedFromThis<KSDependency>());
-        });
-        if (undoManager->groupingLevel() == 1) nameAction(undoManager, "Remove Dependency");
-    }
+    KSRegisterUndo(undoManager, *this, [](KSDependency& d) {
+        _instantiateDependency(d.sharedFromThis<KSDependency>());
+    });
+    if (undoManager && undoManager->groupingLevel() == 1)
+        nameAction(undoManager, "Remove Dependency");
     flags_.isValid = false;
     if (nonretainedPrerequisite_) nonretainedPrerequisite_->_removeDependent(*this);
     if (nonretainedDependent_) nonretainedDependent_->_removePrerequisite(*this);
@@ -227,16 +225,14 @@ void KSDependency::setDependencyKind(KSDependencyKind kind) {
         _setDependencyKind(kind);
         return;
     }
-    KSUndoManager* um = undoManager();
-    if (um) {
-        um->registerUndoWithTarget(
-            sharedFromThis<KSDependency>(),
-            [old = dependencyKind()](KSDependency& d) { d.setDependencyKind(old); });
-    }
-    nameAction(um, "Change Dependency Kind");
-    willChangeValueForKey("dependencyKind");
-    _setDependencyKind(kind);
-    didChangeValueForKey("dependencyKind");
+    // Recorded even when the kind stays: the ends below tell their own changes.
+    KSUndoableSetter(*this, undoManager())
+        .key("dependencyKind")
+        .action("Change Dependency Kind")
+        .comparedBy(KSSetterEquality::Never)
+        .setWith(
+            dependencyKind(), kind, [this](KSDependencyKind k) { _setDependencyKind(k); },
+            &KSDependency::setDependencyKind);
 }
 
 void KSDependency::_setDependencyKind(KSDependencyKind kind) {
@@ -306,18 +302,17 @@ void KSDependency::setLeadTime(double leadTime) {
         leadTime_ = leadTime;
         return;
     }
-    KSUndoManager* um = undoManager();
-    if (um) {
-        um->registerUndoWithTarget(sharedFromThis<KSDependency>(),
-                                   [old = leadTime_](KSDependency& d) { d.setLeadTime(old); });
-    }
-    nameAction(um, "Dependency Lead Time");
-    willChangeValueForKey("leadTimeGhostDependency");
-    if (nonretainedDependent_) nonretainedDependent_->_prerequisiteWillChange(*this);
-    leadTime_ = leadTime;
-    if (nonretainedDependent_) nonretainedDependent_->_prerequisiteDidChange(*this);
-    if (nonretainedPrerequisite_) nonretainedPrerequisite_->_dependentDidChange(*this);
-    didChangeValueForKey("leadTimeGhostDependency");
+    KSUndoableSetter(*this, undoManager())
+        .key("leadTimeGhostDependency")
+        .action("Dependency Lead Time")
+        .before([this] {
+            if (nonretainedDependent_) nonretainedDependent_->_prerequisiteWillChange(*this);
+        })
+        .after([this] {
+            if (nonretainedDependent_) nonretainedDependent_->_prerequisiteDidChange(*this);
+            if (nonretainedPrerequisite_) nonretainedPrerequisite_->_dependentDidChange(*this);
+        })
+        .set(leadTime_, leadTime, &KSDependency::setLeadTime);
 }
 
 void KSDependency::setLeadTimeIsPercentage(bool flag) {
@@ -326,22 +321,23 @@ void KSDependency::setLeadTimeIsPercentage(bool flag) {
         flags_.leadTimeIsPercentage = flag;
         return;
     }
-    KSUndoManager* um = undoManager();
-    if (um) {
-        um->registerUndoWithTarget(sharedFromThis<KSDependency>(), [old = !flag](KSDependency& d) {
-            d.setLeadTimeIsPercentage(old);
-        });
-    }
-    nameAction(um, "Dependency Lead Time");
-    willChangeValueForKey("leadTimeGhostDependency");
-    if (nonretainedDependent_) nonretainedDependent_->_prerequisiteWillChange(*this);
-    flags_.leadTimeIsPercentage = flag;
-    // With no lead the bit moves no date: the tasks hear the will-change only, on purpose.
-    if (leadTime_ != 0.0) {
-        if (nonretainedDependent_) nonretainedDependent_->_prerequisiteDidChange(*this);
-        if (nonretainedPrerequisite_) nonretainedPrerequisite_->_dependentDidChange(*this);
-    }
-    didChangeValueForKey("leadTimeGhostDependency");
+    KSUndoableSetter(*this, undoManager())
+        .key("leadTimeGhostDependency")
+        .action("Dependency Lead Time")
+        .before([this] {
+            if (nonretainedDependent_) nonretainedDependent_->_prerequisiteWillChange(*this);
+        })
+        .after([this] {
+            // With no lead the bit moves no date: the tasks hear the will-change only, on
+            // purpose.
+            if (leadTime_ == 0.0) return;
+            if (nonretainedDependent_) nonretainedDependent_->_prerequisiteDidChange(*this);
+            if (nonretainedPrerequisite_) nonretainedPrerequisite_->_dependentDidChange(*this);
+        })
+        .setWith(
+            static_cast<bool>(flags_.leadTimeIsPercentage), flag,
+            [this](bool f) { flags_.leadTimeIsPercentage = f; },
+            &KSDependency::setLeadTimeIsPercentage);
 }
 
 std::string KSDependency::leadTimeString() const {
