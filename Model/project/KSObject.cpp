@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <mutex>
+#include <unordered_map>
 
 #include "Model/project/KSAttachment.h"
 #include "Model/project/KSProject.h"
@@ -419,18 +420,35 @@ void KSObject::gibberize() {
 
 // --- Change hooks ---------------------------------------------------------------------------
 
+namespace {
+struct KeyHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view s) const { return std::hash<std::string_view>()(s); }
+};
+// Per class, whether a key is tracked: worked out on a key's first change, as every
+// change notice of the plan asks (many times per task while a plan is built).
+using KeyVerdicts = std::unordered_map<std::string, bool, KeyHash, std::equal_to<>>;
+}  // namespace
+
 bool KSObject::isTrackedKey(std::string_view key) const {
-    std::string k(key);
-    const KSKeySet& tracked = changeTrackedKeysSet();
-    if (tracked.count(k)) return true;
-    // The observing layer tells the observers of dependent keys directly, not through
-    // these hooks, so a change of a key that a tracked attribute depends on is caught
-    // here: it changes that attribute too.
-    for (const auto& dependent : classInfo().keysAffectedByKey(key)) {
-        if (tracked.count(dependent)) return true;
+    // The tracked vocabulary and the dependent keys are fixed per class.
+    static std::unordered_map<const KSClassInfo*, KeyVerdicts> verdicts;
+    KeyVerdicts& byKey = verdicts[&classInfo()];
+    auto it = byKey.find(key);
+    if (it == byKey.end()) {
+        const KSKeySet& tracked = changeTrackedKeysSet();
+        bool isTracked = tracked.count(std::string(key)) > 0;
+        // The observing layer tells the observers of dependent keys directly, not through
+        // these hooks, so a change of a key that a tracked attribute depends on is caught
+        // here: it changes that attribute too.
+        for (const auto& dependent : classInfo().keysAffectedByKey(key))
+            isTracked = isTracked || tracked.count(dependent) > 0;
+        it = byKey.emplace(std::string(key), isTracked).first;
     }
+    if (it->second) return true;
+    // User-data keys are the plan's, and change with it.
     std::vector<std::string> userKeys = userDataKeys();
-    return std::find(userKeys.begin(), userKeys.end(), k) != userKeys.end();
+    return std::find(userKeys.begin(), userKeys.end(), key) != userKeys.end();
 }
 
 void KSObject::willChangeValueForKey(std::string_view key) {

@@ -220,7 +220,9 @@ void KSProjectItem::insertObjectInChildrenAtIndex(const std::shared_ptr<KSProjec
     std::shared_ptr<KSProjectItem> x = item;  // kept alive through the operation
     const std::size_t n = countOfChildren();
     const std::size_t t = std::min(index, n);
-    std::optional<std::size_t> old = indexOfChild(*x);
+    // A listed child always has this item as its parent, so only such an item is looked
+    // for (a scan of a large group per insertion made building a plan quadratic).
+    std::optional<std::size_t> old = x->parent() == this ? indexOfChild(*x) : std::nullopt;
     const char* actionFormat = "Move %@";
     if (old) {
         if (*old == t) return;
