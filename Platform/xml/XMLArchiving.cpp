@@ -1,5 +1,8 @@
 #include "Platform/xml/XMLArchiving.h"
 
+#include "Platform/xml/BKXMLCursor.h"
+#include "Platform/xml/BKXMLDocument.h"
+
 namespace kestrum {
 
 bool BKXMLWriteObjectElement(BKXMLDocument& document, XMLArchiving& object,

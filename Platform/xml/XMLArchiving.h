@@ -19,13 +19,14 @@
 #include <string_view>
 #include <type_traits>
 
-#include "Platform/core/KSError.h"
-#include "Platform/xml/BKXMLCursor.h"
-#include "Platform/xml/BKXMLDocument.h"
-
 namespace kestrum {
 
+// Only named here, so that a class that can be archived does not bring the XML layer to
+// everyone who includes its header.
+class BKXMLCursor;
+class BKXMLDocument;
 class KSBaseObject;
+class KSError;
 
 class XMLArchiving {
 public:
