@@ -170,6 +170,13 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                         if (tryToSetOff(after, InvalidationWalk::AbsoluteStart)) return true;
                     }
                     toStep(3);
+                    // The chunk after this one starts from this chunk's absolute start
+                    // limit: without this walk it would keep the limit of before.
+                    if (KSTask* next = nextSplitChunk())
+                        return setOff(next, InvalidationWalk::AbsoluteStart);
+                    return true;
+                case 3:
+                    toStep(4);
                     if (fixedEnd && (isAsSoonAsPossible() || isHammockTask()))
                         return setOff(this, InvalidationWalk::Start);
                     return true;
@@ -310,6 +317,13 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     return true;
                 case 2:
                     toStep(3);
+                    // The chunk before this one ends by this chunk's start, with no link
+                    // that would walk to its end limit.
+                    if (KSTask* previous = previousSplitChunk())
+                        return setOff(previous, InvalidationWalk::CurrentEnd);
+                    return true;
+                case 3:
+                    toStep(4);
                     if (KSTask* p = parentTask()) return setOff(p, InvalidationWalk::Start);
                     return true;
                 default:
@@ -337,6 +351,13 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     return true;
                 case 2:
                     toStep(3);
+                    // The chunk after this one starts no earlier than this chunk's end,
+                    // with no link that would walk to its start limit.
+                    if (KSTask* next = nextSplitChunk())
+                        return setOff(next, InvalidationWalk::CurrentStart);
+                    return true;
+                case 3:
+                    toStep(4);
                     if (KSTask* p = parentTask()) return setOff(p, InvalidationWalk::End);
                     return true;
                 default:

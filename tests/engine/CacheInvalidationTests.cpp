@@ -1,0 +1,57 @@
+// Reads between edits: each plan here once kept a stale date in a cache after an edit,
+// found by the random plans of DateCacheDifferentialTests. Every read happens before the
+// edit cycle recomputes anything.
+#include "support/PlanFixture.h"
+
+namespace kestrum::test {
+namespace {
+
+class CacheInvalidationTest : public ScheduleTest {};
+
+// Split S: chunk 1 of 8h, chunk 2 of 4h resuming no earlier than Tue 13:00. Long (40h)
+// beside it holds the plan's end on Friday 17:00. A lock moves a chunk without any walk
+// of the limits (a constraint would set off the plan-wide one).
+//   S #1  Mon 08:00 - Mon 17:00        S #2  Tue 13:00 - Tue 17:00
+class SplitCacheTest : public CacheInvalidationTest {
+protected:
+    void SetUp() override {
+        CacheInvalidationTest::SetUp();
+        auto s = split("S", {8, 4}, {at(2024, 1, 9, 13)});
+        first = s->childTaskAtIndex(0);
+        second = s->childTaskAtIndex(1);
+        task("Long", 40);
+        drain();
+        ASSERT_EQ(span(first), "2024-01-08T08:00 - 2024-01-08T17:00");
+        ASSERT_EQ(span(second), "2024-01-09T13:00 - 2024-01-09T17:00");
+        ASSERT_EQ(iso(first->currentEndLimit()), "2024-01-09T13:00");
+    }
+    std::shared_ptr<KSTask> first, second;
+};
+
+// Chunk 1 locked on Tuesday: chunk 2 starts after it, Wed 08:00 - Wed 12:00.
+TEST_F(SplitCacheTest, AChunkStartsAfterTheChunkBeforeIt) {
+    first->setStartLockedDate(at(2024, 1, 9, 8));
+    EXPECT_EQ(span(first), "2024-01-09T08:00 - 2024-01-09T17:00");
+    EXPECT_EQ(span(second), "2024-01-10T08:00 - 2024-01-10T12:00");
+}
+
+// Chunk 2 locked on Thu 13:00: chunk 1 may now end as late as that, 20h after its end.
+TEST_F(SplitCacheTest, AChunkBoundsTheEndOfTheChunkBeforeIt) {
+    second->setStartLockedDate(at(2024, 1, 11, 13));
+    EXPECT_EQ(span(second), "2024-01-11T13:00 - 2024-01-11T17:00");
+    EXPECT_EQ(iso(first->currentEndLimit()), "2024-01-11T13:00");
+    EXPECT_EQ(first->freeSlack(), 20 * kHour);
+}
+
+// Chunk 2's absolute start limit is read from chunk 1's, while chunk 1's earliest end,
+// through which a change would otherwise reach the whole plan, is not cached yet.
+// Chunk 1 then waits until Wed 08:00 and ends at noon: chunk 2 may start at 13:00.
+TEST_F(SplitCacheTest, AChunkStartsNoEarlierThanTheChunkBeforeItCouldEnd) {
+    first->setEffort(4 * kHour);
+    ASSERT_EQ(iso(second->absoluteStartLimit()), "2024-01-09T13:00");
+    first->setStartAfter(at(2024, 1, 10, 8));
+    EXPECT_EQ(iso(second->absoluteStartLimit()), "2024-01-10T13:00");
+}
+
+}  // namespace
+}  // namespace kestrum::test
