@@ -28,9 +28,14 @@ struct KSTask::InvalidationFrame {
     std::uint8_t step;
     bool savedNotice;
     std::size_t index;
+    // The start or end walk goes on to the task's own limits that read its locked dates.
+    bool ownLimits;
 };
 
 namespace {
+
+// The step of the start and end walks that goes on to the task's own limits.
+constexpr std::uint8_t kOwnLimitsStep = 8;
 
 // The next active link at or after `index` whose `end` task exists; advances `index`
 // past it. Null when none is left.
@@ -81,7 +86,7 @@ void KSTask::_invalidate(InvalidationWalk walk) {
     thread_local std::vector<InvalidationFrame> frames;
     const std::size_t base = frames.size();
     const bool fixedEnd = _planHasFixedEndDate();
-    frames.push_back(InvalidationFrame{this, walk, 0, false, 0});
+    frames.push_back(InvalidationFrame{this, walk, 0, false, 0, false});
     while (frames.size() > base) {
         const std::size_t top = frames.size() - 1;
         InvalidationFrame frame = frames[top];
@@ -122,6 +127,20 @@ bool KSTask::_invalidationWouldStopAtOnce(InvalidationWalk walk) const {
     return false;
 }
 
+bool KSTask::_takeLimitsReadingOwnStart() {
+    // While locked, the limits read the start; after the lock went, once more, for the
+    // limits that read it while it stood.
+    const bool read = _hasLockedDate() || flags_.limitsReadOwnStart;
+    flags_.limitsReadOwnStart = 0;
+    return read;
+}
+
+bool KSTask::_takeLimitsReadingOwnEnd() {
+    const bool read = _hasLockedDate() || flags_.limitsReadOwnEnd;
+    flags_.limitsReadOwnEnd = 0;
+    return read;
+}
+
 void KSTask::_postWillInvalidateDates() {
     if (_isGroupTask() || flags_.alreadySentDatesChangedNotification) return;
     KSNotificationCenter::defaultCenter().postNotificationName(
@@ -134,7 +153,7 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
     // when a frame is to be pushed.
     auto tryToSetOff = [&](KSTask* task, InvalidationWalk walk) {
         if (task->_invalidationWouldStopAtOnce(walk)) return false;
-        next = InvalidationFrame{task, walk, 0, false, 0};
+        next = InvalidationFrame{task, walk, 0, false, 0, false};
         pushNext = true;
         return true;
     };
@@ -299,7 +318,12 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
             switch (frame.step) {
                 case 0:
                     uncompletedStartDate_ = KSDateTime();
-                    if (startDate_.isNull()) return false;
+                    frame.ownLimits = _takeLimitsReadingOwnStart();
+                    if (startDate_.isNull()) {
+                        if (!frame.ownLimits) return false;
+                        toStep(kOwnLimitsStep);
+                        return true;
+                    }
                     _postWillInvalidateDates();
                     frame.savedNotice = flags_.alreadySentDatesChangedNotification;
                     flags_.alreadySentDatesChangedNotification = 1;
@@ -326,14 +350,29 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     toStep(4);
                     if (KSTask* p = parentTask()) return setOff(p, InvalidationWalk::Start);
                     return true;
-                default:
+                case 4:
                     flags_.alreadySentDatesChangedNotification = frame.savedNotice;
+                    toStep(kOwnLimitsStep);
+                    return true;
+                case kOwnLimitsStep:
+                    // A locked task's absolute and leveling start limits are its start: a
+                    // new lock, a lock gone or a start that moves under a lock would leave
+                    // them as they were (no other walk reaches them from here).
+                    toStep(kOwnLimitsStep + 1);
+                    if (frame.ownLimits) return setOff(this, InvalidationWalk::AbsoluteStart);
+                    return true;
+                default:
                     return false;
             }
         case InvalidationWalk::End:
             switch (frame.step) {
                 case 0:
-                    if (endDate_.isNull()) return false;
+                    frame.ownLimits = _takeLimitsReadingOwnEnd();
+                    if (endDate_.isNull()) {
+                        if (!frame.ownLimits) return false;
+                        toStep(kOwnLimitsStep);
+                        return true;
+                    }
                     _postWillInvalidateDates();
                     frame.savedNotice = flags_.alreadySentDatesChangedNotification;
                     flags_.alreadySentDatesChangedNotification = 1;
@@ -360,8 +399,21 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     toStep(4);
                     if (KSTask* p = parentTask()) return setOff(p, InvalidationWalk::End);
                     return true;
-                default:
+                case 4:
                     flags_.alreadySentDatesChangedNotification = frame.savedNotice;
+                    toStep(kOwnLimitsStep);
+                    return true;
+                case kOwnLimitsStep:
+                    // A locked task's end limits (current, absolute, leveling) are its end;
+                    // as on the start side, nothing else would clear them.
+                    toStep(kOwnLimitsStep + 1);
+                    if (frame.ownLimits) return setOff(this, InvalidationWalk::CurrentEnd);
+                    return true;
+                case kOwnLimitsStep + 1:
+                    toStep(kOwnLimitsStep + 2);
+                    if (frame.ownLimits) return setOff(this, InvalidationWalk::AbsoluteEnd);
+                    return true;
+                default:
                     return false;
             }
     }

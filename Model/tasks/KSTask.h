@@ -689,6 +689,9 @@ private:
         unsigned positionDidChange : 1 = 0;
         unsigned alreadySentDatesChangedNotification : 1 = 0;
         unsigned updatingEstimates : 1 = 0;
+        // A limit of this task was computed from its own start (end) under a lock.
+        unsigned limitsReadOwnStart : 1 = 0;
+        unsigned limitsReadOwnEnd : 1 = 0;
     };
 
     // A group holds its children's totals; a split task holds its chunks' but is no group.
@@ -796,6 +799,10 @@ private:
                            bool& pushNext);
     // Whether a walk would stop at its first step with nothing to clear or set.
     bool _invalidationWouldStopAtOnce(InvalidationWalk walk) const;
+    // Whether limits of this task read its own start (end) through a lock, now or before
+    // the last lock change; clears the record.
+    bool _takeLimitsReadingOwnStart();
+    bool _takeLimitsReadingOwnEnd();
 
     // --- Loop search (KSTask-Loops.cpp) --------------------------------------------------
     struct LoopHit;

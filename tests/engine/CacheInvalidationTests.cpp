@@ -8,6 +8,34 @@ namespace {
 
 class CacheInvalidationTest : public ScheduleTest {};
 
+// A locked task's limits are its own dates. Setting a lock walks only the dates.
+//   A 8h, end locked on Wed 17:00       Wed 08:00 - Wed 17:00
+//   B 8h after A                        Thu 08:00 - Thu 17:00
+TEST_F(CacheInvalidationTest, ALockedTasksLimitsFollowItsLock) {
+    auto a = task("A", 8);
+    auto b = task("B", 8);
+    link(a, b);
+    drain();
+    ASSERT_EQ(span(a), "2024-01-08T08:00 - 2024-01-08T17:00");
+    ASSERT_EQ(iso(a->currentEndLimit()), "2024-01-08T17:00");
+
+    lockEnd(a, at(2024, 1, 10, 17));
+    EXPECT_EQ(span(a), "2024-01-10T08:00 - 2024-01-10T17:00");
+    EXPECT_EQ(span(b), "2024-01-11T08:00 - 2024-01-11T17:00");
+    EXPECT_EQ(iso(a->currentEndLimit()), "2024-01-10T17:00");
+    EXPECT_EQ(iso(a->absoluteStartLimit()), "2024-01-10T08:00");
+    EXPECT_EQ(iso(a->absoluteEndLimit()), "2024-01-10T17:00");
+    EXPECT_EQ(iso(b->absoluteStartLimit()), "2024-01-11T08:00");
+    EXPECT_EQ(a->freeSlack(), 0.0);
+
+    // Unlocked, A goes back to Monday and its limits with it: B holds its end.
+    a->setEndLockedDate(KSDateTime());
+    EXPECT_EQ(span(a), "2024-01-08T08:00 - 2024-01-08T17:00");
+    EXPECT_EQ(iso(a->currentEndLimit()), "2024-01-08T17:00");
+    EXPECT_EQ(iso(a->absoluteStartLimit()), "2024-01-08T08:00");
+    EXPECT_EQ(iso(b->absoluteStartLimit()), "2024-01-09T08:00");
+}
+
 // Split S: chunk 1 of 8h, chunk 2 of 4h resuming no earlier than Tue 13:00. Long (40h)
 // beside it holds the plan's end on Friday 17:00. A lock moves a chunk without any walk
 // of the limits (a constraint would set off the plan-wide one).
