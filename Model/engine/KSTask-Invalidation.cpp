@@ -483,6 +483,13 @@ void KSTask::invalidateAllDates() {
         KSNotificationCenter::defaultCenter().postNotificationName(
             KSTaskWillInvalidateDatesNotification, this);
     }
+    // Whether neighbours may have read the dates cleared here.
+    const bool hadEarliestEnd = !earliestPossibleEnd_.isNull();
+    const bool hadLatestStart = !latestPossibleStart_.isNull();
+    const bool hadDates =
+        hadEarliestEnd || hadLatestStart || !startDate_.isNull() || !endDate_.isNull() ||
+        !currentStartLimit_.isNull() || !currentStartLimitExcludingOppositeScheduling_.isNull() ||
+        !currentEndLimit_.isNull() || !absoluteStartLimit_.isNull() || !absoluteEndLimit_.isNull();
     flags_.absoluteStartLimitDidChange = 1;
     flags_.absoluteEndLimitDidChange = 1;
     // The leveling validity flags stay: a valid limit reads as null until a narrower
@@ -502,8 +509,40 @@ void KSTask::invalidateAllDates() {
         p->invalidateStartDate();
         p->invalidateEndDate();
     }
+    if (hadDates) _invalidateReadersOfAllDates(hadEarliestEnd, hadLatestStart);
     _needsSchedulingRecomputation();
     performSplitRejoining();
+}
+
+void KSTask::_invalidateReadersOfAllDates(bool earliestEnd, bool latestStart) {
+    // What the clearing above leaves of the limits that read this task: its group's
+    // earliest end and latest start, read over its children; the start limits of its
+    // dependents and the end limits of its prerequisites, which read its dates and
+    // limits through the links; and the chunks beside it. A task that had nothing cached
+    // was read by nobody, so a new task joins a plan without these walks.
+    if (KSTask* p = parentTask()) {
+        if (earliestEnd) p->invalidateEarliestPossibleEnd();
+        if (latestStart) p->invalidateLatestPossibleStart();
+    }
+    for (std::size_t i = 0; i < dependents_.size(); ++i) {
+        const KSDependency& link = *dependents_[i];
+        KSTask* after = link.dependent();
+        if (!link.isActive() || !after) continue;
+        after->invalidateCurrentStartLimit();
+        after->invalidateAbsoluteStartLimit();
+    }
+    for (std::size_t i = 0; i < prerequisites_.size(); ++i) {
+        const KSDependency& link = *prerequisites_[i];
+        KSTask* before = link.prerequisite();
+        if (!link.isActive() || !before) continue;
+        before->invalidateCurrentEndLimit();
+        before->invalidateAbsoluteEndLimit();
+    }
+    if (KSTask* next = nextSplitChunk()) {
+        next->invalidateCurrentStartLimit();
+        next->invalidateAbsoluteStartLimit();
+    }
+    if (KSTask* previous = previousSplitChunk()) previous->invalidateCurrentEndLimit();
 }
 
 void KSTask::resetAbsoluteLimitChangeFlags() {

@@ -799,6 +799,8 @@ private:
                            bool& pushNext);
     // Whether a walk would stop at its first step with nothing to clear or set.
     bool _invalidationWouldStopAtOnce(InvalidationWalk walk) const;
+    // After invalidateAllDates: the walks to the neighbours that read the cleared dates.
+    void _invalidateReadersOfAllDates(bool earliestEnd, bool latestStart);
     // Whether limits of this task read its own start (end) through a lock, now or before
     // the last lock change; clears the record.
     bool _takeLimitsReadingOwnStart();

@@ -36,6 +36,28 @@ TEST_F(CacheInvalidationTest, ALockedTasksLimitsFollowItsLock) {
     EXPECT_EQ(iso(b->absoluteStartLimit()), "2024-01-09T08:00");
 }
 
+// Moving a task clears all its dates at once; its dependents read them through the link.
+// G starts no earlier than Wed 08:00 and holds X (24h), which ends the plan: nothing of G
+// moves when A joins it, so no walk of G's reaches D.
+//   A 8h                 Mon 08:00 - Mon 17:00, then moved into G: Wed 08:00 - Wed 17:00
+//   D 8h after A         Tue 08:00 - Tue 17:00,                     Thu 08:00 - Thu 17:00
+TEST_F(CacheInvalidationTest, AMovedTaskTakesItsDependentsAlong) {
+    auto g = group("G");
+    constrain(g, StartNoEarlierThan, at(2024, 1, 10, 8));
+    task("X", 24, g);
+    auto a = task("A", 8);
+    auto d = task("D", 8);
+    link(a, d);
+    drain();
+    ASSERT_EQ(span(d), "2024-01-09T08:00 - 2024-01-09T17:00");
+    ASSERT_EQ(iso(d->absoluteStartLimit()), "2024-01-09T08:00");
+
+    g->insertChildTaskAtIndex(a, 1);
+    EXPECT_EQ(span(a), "2024-01-10T08:00 - 2024-01-10T17:00");
+    EXPECT_EQ(span(d), "2024-01-11T08:00 - 2024-01-11T17:00");
+    EXPECT_EQ(iso(d->absoluteStartLimit()), "2024-01-11T08:00");
+}
+
 // Split S: chunk 1 of 8h, chunk 2 of 4h resuming no earlier than Tue 13:00. Long (40h)
 // beside it holds the plan's end on Friday 17:00. A lock moves a chunk without any walk
 // of the limits (a constraint would set off the plan-wide one).
