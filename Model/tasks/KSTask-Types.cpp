@@ -77,6 +77,8 @@ void KSTask::setTaskTypeSplitTaskWithSplitChildren(KSTaskType type, bool splitTa
     setUndoActionName("Set Task Type");
     if (milestonesChange && owner) owner->milestonesDidChange();
     invalidateStartDate();
+    // Every rule reads the type: all dates go (the required reaction to a type change).
+    invalidateAllDates();
     didChangeValueForKey("taskType");
     taskTypeChanged();
 }

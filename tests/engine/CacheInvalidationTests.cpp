@@ -58,6 +58,24 @@ TEST_F(CacheInvalidationTest, AMovedTaskTakesItsDependentsAlong) {
     EXPECT_EQ(iso(d->absoluteStartLimit()), "2024-01-11T08:00");
 }
 
+// A hammock turned into a plain task in the same cycle keeps the default effort (8h); its
+// finish-to-finish link, which a hammock reads for its end only, now bounds its start.
+//   A 8h                          Mon 08:00 - Mon 17:00
+//   B 16h                         Mon 08:00 - Tue 17:00
+//   H hammock, SS A and FF B      Mon 08:00 - Tue 17:00;   as a task: Tue 08:00 - Tue 17:00
+TEST_F(CacheInvalidationTest, AHammockTurnedIntoATaskIsDatedAsATask) {
+    auto a = task("A", 8);
+    auto b = task("B", 16);
+    auto h = hammock("H", a, b);
+    ASSERT_EQ(span(h), "2024-01-08T08:00 - 2024-01-09T17:00");
+    ASSERT_EQ(iso(h->absoluteStartLimit()), "2024-01-08T08:00");
+
+    h->setTaskType(taskTypeTask);
+    EXPECT_EQ(span(h), "2024-01-09T08:00 - 2024-01-09T17:00");
+    EXPECT_EQ(iso(h->absoluteStartLimit()), "2024-01-09T08:00");
+    EXPECT_EQ(iso(h->currentEndLimit()), "2024-01-09T17:00");
+}
+
 // Split S: chunk 1 of 8h, chunk 2 of 4h resuming no earlier than Tue 13:00. Long (40h)
 // beside it holds the plan's end on Friday 17:00. A lock moves a chunk without any walk
 // of the limits (a constraint would set off the plan-wide one).
