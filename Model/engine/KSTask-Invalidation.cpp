@@ -478,6 +478,27 @@ void KSTask::_invalidateLimitsReadingLength() {
     }
 }
 
+void KSTask::_rolledUpWorkDidChange(double oldEffort) {
+    // The totals of a group, a split task or the root changed by a child's: no setter of
+    // this task ran, so nothing else clears what reads them.
+    // Where the rest of the work begins follows the work done.
+    uncompletedStartDate_ = KSDateTime();
+    if (effort_ == oldEffort) return;
+    // A split task converts between its ends by its effort, as a plain task does.
+    if (isSplitTask_) {
+        _invalidateLimitsReadingLength();
+        return;
+    }
+    // A lead given as a share of this task's effort moves the dependents.
+    for (std::size_t i = 0; i < dependents_.size(); ++i) {
+        const KSDependency& link = *dependents_[i];
+        KSTask* after = link.dependent();
+        if (!link.isActive() || !after || !link.leadTimeIsPercentage()) continue;
+        after->invalidateCurrentStartLimit();
+        after->invalidateAbsoluteStartLimit();
+    }
+}
+
 void KSTask::invalidateAllDates() {
     if ((!startDate_.isNull() || !endDate_.isNull()) && !_isGroupTask()) {
         KSNotificationCenter::defaultCenter().postNotificationName(

@@ -169,6 +169,7 @@ void KSTask::setIsLoading(bool flag) {
 
 void KSTask::_childDidChangeEffortAndDone(KSTask*, double effortDelta, double doneDelta) {
     if (flags_.isLoading || flags_.balancingSplitEfforts) return;
+    const double oldEffort = effort_;
     if (effortDelta != 0.0) {
         willChangeValueForKey("effort");
         effort_ += effortDelta;
@@ -179,6 +180,7 @@ void KSTask::_childDidChangeEffortAndDone(KSTask*, double effortDelta, double do
         effortDone_ += doneDelta;
         didChangeValueForKey("effortDone");
     }
+    if (effortDelta != 0.0 || doneDelta != 0.0) _rolledUpWorkDidChange(oldEffort);
     KSUndoManager* um = undoManager();
     if (doneDelta == 0.0 && isSplitTask_ && !(um && um->isUndoingOrRedoing())) {
         _redistributeSplitDone();

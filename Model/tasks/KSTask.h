@@ -799,6 +799,9 @@ private:
                            bool& pushNext);
     // Whether a walk would stop at its first step with nothing to clear or set.
     bool _invalidationWouldStopAtOnce(InvalidationWalk walk) const;
+    // After a child changed this task's totals (effort `oldEffort` before): what reads
+    // the task's effort and effort done.
+    void _rolledUpWorkDidChange(double oldEffort);
     // After invalidateAllDates: the walks to the neighbours that read the cleared dates.
     void _invalidateReadersOfAllDates(bool earliestEnd, bool latestStart);
     // Whether limits of this task read its own start (end) through a lock, now or before

@@ -76,6 +76,21 @@ TEST_F(CacheInvalidationTest, AHammockTurnedIntoATaskIsDatedAsATask) {
     EXPECT_EQ(iso(h->currentEndLimit()), "2024-01-09T17:00");
 }
 
+// A group's effort and progress are its children's: the group's uncompleted start follows
+// them.   G: A 8h Mon, B 8h after A Tue.  A done: the rest of G's work begins Tuesday.
+TEST_F(CacheInvalidationTest, AGroupsUncompletedStartFollowsItsChildrensProgress) {
+    auto g = group("G");
+    auto a = task("A", 8, g);
+    auto b = task("B", 8, g);
+    link(a, b);
+    drain();
+    ASSERT_EQ(iso(g->uncompletedStartDate()), "2024-01-08T08:00");
+    a->setEffortDone(8 * kHour);
+    EXPECT_EQ(iso(g->uncompletedStartDate()), "2024-01-09T08:00");
+    b->setEffortDone(4 * kHour);
+    EXPECT_EQ(iso(g->uncompletedStartDate()), "2024-01-09T13:00");
+}
+
 // Split S: chunk 1 of 8h, chunk 2 of 4h resuming no earlier than Tue 13:00. Long (40h)
 // beside it holds the plan's end on Friday 17:00. A lock moves a chunk without any walk
 // of the limits (a constraint would set off the plan-wide one).
