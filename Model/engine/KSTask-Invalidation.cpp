@@ -110,7 +110,10 @@ bool KSTask::_invalidationWouldStopAtOnce(InvalidationWalk walk) const {
         case InvalidationWalk::LatestStart:
             return latestPossibleStart_.isNull();
         case InvalidationWalk::CurrentStart:
-            return currentStartLimit_.isNull();
+            return currentStartLimit_.isNull() &&
+                   currentStartLimitExcludingOppositeScheduling_.isNull();
+        case InvalidationWalk::CurrentStartExcluding:
+            return currentStartLimitExcludingOppositeScheduling_.isNull();
         case InvalidationWalk::CurrentEnd:
             return currentEndLimit_.isNull();
         case InvalidationWalk::End:
@@ -278,7 +281,13 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
             switch (frame.step) {
                 case 0:
                     // The excluding twin is not looked at: an empty limit stops the walk.
-                    if (currentStartLimit_.isNull()) return false;
+                    // The twin, when set, gets a walk of its own, which the stop would
+                    // otherwise leave as it was with all the twins that read it.
+                    if (currentStartLimit_.isNull()) {
+                        if (currentStartLimitExcludingOppositeScheduling_.isNull()) return false;
+                        toStep(3);
+                        return setOff(this, InvalidationWalk::CurrentStartExcluding);
+                    }
                     currentStartLimit_ = KSDateTime();
                     currentStartLimitExcludingOppositeScheduling_ = KSDateTime();
                     _needsSchedulingRecomputation();
@@ -292,6 +301,39 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     if (!fixedEnd && (isAsSoonAsPossible() || isHammockTask()))
                         return setOff(this, InvalidationWalk::Start);
                     return true;
+                case 2:
+                    // The dependents' twins read this task's twin through the links; no
+                    // other walk goes from a start limit along the links.
+                    while (KSTask* after = nextLinkedTask(dependents_, frame.index, true)) {
+                        if (tryToSetOff(after, InvalidationWalk::CurrentStartExcluding))
+                            return true;
+                    }
+                    return false;
+                default:
+                    return false;
+            }
+        case InvalidationWalk::CurrentStartExcluding:
+            // The start limit without opposite scheduling, read by the children's and the
+            // dependents' own.
+            switch (frame.step) {
+                case 0:
+                    if (currentStartLimitExcludingOppositeScheduling_.isNull()) return false;
+                    currentStartLimitExcludingOppositeScheduling_ = KSDateTime();
+                    toStep(1);
+                    return true;
+                case 1:
+                    while (KSTask* child = nextChild(*this, frame.index)) {
+                        if (tryToSetOff(child, InvalidationWalk::CurrentStartExcluding))
+                            return true;
+                    }
+                    toStep(2);
+                    return true;
+                case 2:
+                    while (KSTask* after = nextLinkedTask(dependents_, frame.index, true)) {
+                        if (tryToSetOff(after, InvalidationWalk::CurrentStartExcluding))
+                            return true;
+                    }
+                    return false;
                 default:
                     return false;
             }

@@ -786,6 +786,7 @@ private:
         EarliestEnd,
         LatestStart,
         CurrentStart,
+        CurrentStartExcluding,
         CurrentEnd,
         Start,
         End,

@@ -91,6 +91,25 @@ TEST_F(CacheInvalidationTest, AGroupsUncompletedStartFollowsItsChildrensProgress
     EXPECT_EQ(iso(g->uncompletedStartDate()), "2024-01-09T13:00");
 }
 
+// The start limit without opposite scheduling of a task under the root, in a plan anchored
+// at its end, is the plan's latest start. It is read alone, while the root's own start
+// limit is not: a longer A must still reach it.
+//   The plan ends Fri 12 Jan 17:00.  A 16h then 24h (ALAP);  B 8h (ALAP).
+TEST_F(CacheInvalidationTest, AStartLimitWithoutOppositeSchedulingFollowsThePlan) {
+    anchorEnd(at(2024, 1, 12, 17));
+    auto a = task("A", 8);
+    a->setScheduleType(scheduleTypeALAP);
+    auto b = task("B", 8);
+    b->setScheduleType(scheduleTypeALAP);
+    drain();
+    a->setEffort(16 * kHour);
+    ASSERT_EQ(iso(b->_computeCurrentStartLimitIncludingOppositeScheduling(false)),
+              "2024-01-11T08:00");
+    a->setEffort(24 * kHour);
+    EXPECT_EQ(iso(b->_computeCurrentStartLimitIncludingOppositeScheduling(false)),
+              "2024-01-10T08:00");
+}
+
 // Split S: chunk 1 of 8h, chunk 2 of 4h resuming no earlier than Tue 13:00. Long (40h)
 // beside it holds the plan's end on Friday 17:00. A lock moves a chunk without any walk
 // of the limits (a constraint would set off the plan-wide one).
