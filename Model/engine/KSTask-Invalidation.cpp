@@ -378,6 +378,17 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     while (KSTask* before = nextLinkedTask(prerequisites_, frame.index, false)) {
                         if (tryToSetOff(before, InvalidationWalk::CurrentEnd)) return true;
                     }
+                    toStep(5);
+                    return true;
+                case 5:
+                    // Dependents joined to this start read it. The end walk reaches them
+                    // only when this end moves too, and a start can move alone (a late
+                    // task's derived start, a change of schedule type with no end cached).
+                    while (KSTask* after = nextLinkedTask(dependents_, frame.index, true)) {
+                        const KSDependency& link = *dependents_[frame.index - 1];
+                        if (link.prerequisiteAlignedToEnd()) continue;
+                        if (tryToSetOff(after, InvalidationWalk::CurrentStart)) return true;
+                    }
                     toStep(2);
                     if (isAsSoonAsPossible()) return setOff(this, InvalidationWalk::End);
                     return true;
@@ -426,6 +437,16 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                 case 1:
                     while (KSTask* after = nextLinkedTask(dependents_, frame.index, true)) {
                         if (tryToSetOff(after, InvalidationWalk::CurrentStart)) return true;
+                    }
+                    toStep(5);
+                    return true;
+                case 5:
+                    // Prerequisites joined to this end read it (the mirror of the start
+                    // walk's step for dependents joined to the start).
+                    while (KSTask* before = nextLinkedTask(prerequisites_, frame.index, false)) {
+                        const KSDependency& link = *prerequisites_[frame.index - 1];
+                        if (!link.dependentAlignedToEnd()) continue;
+                        if (tryToSetOff(before, InvalidationWalk::CurrentEnd)) return true;
                     }
                     toStep(2);
                     if (isAsLateAsPossible()) return setOff(this, InvalidationWalk::Start);

@@ -91,6 +91,24 @@ TEST_F(CacheInvalidationTest, AGroupsUncompletedStartFollowsItsChildrensProgress
     EXPECT_EQ(iso(g->uncompletedStartDate()), "2024-01-09T13:00");
 }
 
+// L turns late: its start moves to Friday while its end was never read since its effort
+// changed. S, joined to L's start, follows.
+//   Long 40h holds the plan's end on Friday 17:00.
+//   L 4h          Mon 08:00 - Mon 12:00;  ALAP: Fri 08:00 - Fri 12:00
+//   S 8h, SS L    Mon 08:00 - Mon 17:00;        Fri 08:00 - Fri 17:00
+TEST_F(CacheInvalidationTest, ATaskJoinedToAStartFollowsItAlone) {
+    task("Long", 40);
+    auto l = task("L", 8);
+    auto s = task("S", 8);
+    link(l, s, KSDependencyStartToStart);
+    drain();
+    l->setEffort(4 * kHour);
+    ASSERT_EQ(iso(s->startDate()), "2024-01-08T08:00");
+    l->setScheduleType(scheduleTypeALAP);
+    EXPECT_EQ(span(l), "2024-01-12T08:00 - 2024-01-12T12:00");
+    EXPECT_EQ(span(s), "2024-01-12T08:00 - 2024-01-12T17:00");
+}
+
 // The start limit without opposite scheduling of a task under the root, in a plan anchored
 // at its end, is the plan's latest start. It is read alone, while the root's own start
 // limit is not: a longer A must still reach it.
