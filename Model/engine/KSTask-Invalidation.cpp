@@ -220,11 +220,21 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     while (KSTask* child = nextChild(*this, frame.index)) {
                         if (tryToSetOff(child, InvalidationWalk::AbsoluteEnd)) return true;
                     }
-                    // No links are walked on this side: no mirror of the start side's step.
+                    // No links are walked by the rule on this side: no mirror of the start
+                    // side's step.
                     toStep(2);
                     if (!fixedEnd && (isAsLateAsPossible() || isHammockTask()))
                         return setOff(this, InvalidationWalk::End);
                     return true;
+                case 2:
+                    // The prerequisites' absolute end limits read this one through the
+                    // links; without this walk they keep the limit of before (the plan-wide
+                    // walk from the root clears absolute end limits only when the plan's
+                    // earliest end moves).
+                    while (KSTask* before = nextLinkedTask(prerequisites_, frame.index, false)) {
+                        if (tryToSetOff(before, InvalidationWalk::AbsoluteEnd)) return true;
+                    }
+                    return false;
                 default:
                     return false;
             }
@@ -273,6 +283,14 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     toStep(3);
                     if (nextLinkedTask(prerequisites_, frame.index, true))
                         return setOff(this, InvalidationWalk::AbsoluteEnd);
+                    return true;
+                case 3:
+                    // The prerequisites read this latest start through links joined to
+                    // this task's start (as the walk of the absolute end limit does for the
+                    // end); the step above leaves them alone.
+                    while (KSTask* before = nextLinkedTask(prerequisites_, frame.index, false)) {
+                        if (tryToSetOff(before, InvalidationWalk::AbsoluteEnd)) return true;
+                    }
                     return false;
                 default:
                     return false;

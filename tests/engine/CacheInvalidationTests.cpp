@@ -91,6 +91,28 @@ TEST_F(CacheInvalidationTest, AGroupsUncompletedStartFollowsItsChildrensProgress
     EXPECT_EQ(iso(g->uncompletedStartDate()), "2024-01-09T13:00");
 }
 
+// A's latest end is read from its dependent's latest start, in a plan anchored at its end
+// where nothing else reads the plan's earliest end or its absolute start (through which a
+// change would reach the whole plan). A constraint on B's end moves A's latest end.
+//   The plan ends Fri 12 Jan 17:00.  Long 32h (ALAP) beside them.
+//   A 8h (ALAP)            latest end Fri 12:00, then Wed 12:00
+//   B 4h (ALAP) after A    ends no later than Wed 17:00
+TEST_F(CacheInvalidationTest, APrerequisitesLatestEndFollowsItsDependent) {
+    anchorEnd(at(2024, 1, 12, 17));
+    auto a = task("A", 8);
+    auto b = task("B", 4);
+    auto longest = task("Long", 40);
+    for (const auto& t : {a, b, longest})
+        t->setScheduleType(scheduleTypeALAP);
+    link(a, b);
+    drain();
+    longest->setEffort(32 * kHour);
+    ASSERT_EQ(iso(a->absoluteEndLimit()), "2024-01-12T12:00");
+    constrain(b, EndNoLaterThan, at(2024, 1, 10, 17));
+    EXPECT_EQ(iso(b->latestPossibleStart()), "2024-01-10T13:00");
+    EXPECT_EQ(iso(a->absoluteEndLimit()), "2024-01-10T12:00");
+}
+
 // L turns late: its start moves to Friday while its end was never read since its effort
 // changed. S, joined to L's start, follows.
 //   Long 40h holds the plan's end on Friday 17:00.
