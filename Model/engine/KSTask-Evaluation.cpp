@@ -32,6 +32,9 @@ constexpr int kMaximumDirectDepth = 32;
 
 thread_local int tDirectDepth = 0;
 
+// Reads of a date while it was being computed, on this thread.
+thread_local std::uint64_t tCyclicReads = 0;
+
 // The end limits without opposite scheduling are not cached on the task; within one
 // outer read they are kept here, which gives the same values as computing them afresh.
 thread_local std::unordered_map<const KSTask*, KSDateTime>* tEndLimitsExcluding = nullptr;
@@ -41,6 +44,10 @@ constexpr std::uint16_t bitOf(std::uint8_t quantity) {
 }
 
 }  // namespace
+
+std::uint64_t KSTask::_cyclicDateReads() {
+    return tCyclicReads;
+}
 
 // --- Getters -------------------------------------------------------------------------------------
 
@@ -272,7 +279,10 @@ KSDateTime KSTask::_evaluateDate(DateQuantity quantity, KSCriticalPath* path) {
     // A rule that comes back to the date it is computing would never end (a loop the
     // link checker has not broken yet, or a hammock bound by its own derived end): it
     // reads the empty cache instead.
-    if (datesBeingComputed_ & bit) return _cachedDate(quantity, path);
+    if (datesBeingComputed_ & bit) {
+        ++tCyclicReads;
+        return _cachedDate(quantity, path);
+    }
     if (tDirectDepth >= kMaximumDirectDepth) {
         _prepareDatesIteratively(quantity, path);
         if (_hasCachedDate(quantity, path)) return _cachedDate(quantity, path);

@@ -467,6 +467,11 @@ public:
     KSScheduling* schedule() const;
     // The plan's own work time: the root resource's schedule (standard hours outside a plan).
     KSScheduling* scenarioSchedule() const;
+    // How many times, on this thread, a rule read a date that was being computed and got
+    // its empty cache instead (a hammock read through its own conversions, a loop not
+    // broken yet): where this happens, a computation's result depends on the order of
+    // reads.
+    static std::uint64_t _cyclicDateReads();
     bool hasAbsoluteStartLimitChanged() const { return flags_.absoluteStartLimitDidChange; }
     bool hasAbsoluteEndLimitChanged() const { return flags_.absoluteEndLimitDidChange; }
     void resetAbsoluteLimitChangeFlags();
