@@ -559,6 +559,26 @@ void KSTask::_invalidateLimitsReadingLength() {
     }
 }
 
+void KSTask::_splitChunksDidChange() {
+    // Which chunk comes before which changed (a chunk came, went or the chunks were put
+    // in order): the chunks' limits read their neighbours', and this task's dates its
+    // first and last chunk's. None of these walks would run otherwise: the neighbours of
+    // a chunk are no links.
+    if (!isSplitTask_) return;
+    if (children()) {
+        for (std::size_t i = 0; i < countOfChildren(); ++i) {
+            KSTask& chunk = static_cast<KSTask&>(*(*children())[i]);
+            chunk.invalidateCurrentStartLimit();
+            chunk.invalidateAbsoluteStartLimit();
+            chunk.invalidateCurrentEndLimit();
+        }
+    }
+    invalidateStartDate();
+    invalidateEndDate();
+    invalidateEarliestPossibleEnd();
+    invalidateLatestPossibleStart();
+}
+
 void KSTask::_rolledUpWorkDidChange(double oldEffort) {
     // The totals of a group, a split task or the root changed by a child's: no setter of
     // this task ran, so nothing else clears what reads them.

@@ -79,7 +79,10 @@ void KSTask::insertObjectInChildrenAtIndex(const std::shared_ptr<KSProjectItem>&
         invalidateLatestPossibleStart();
     if (!startDate_.isNull() && isLater(startDate_, child->startDate())) invalidateStartDate();
     if (!endDate_.isNull() && isEarlier(endDate_, child->endDate())) invalidateEndDate();
-    if (isSplitTask_) _performSplitOrdering();
+    if (isSplitTask_) {
+        _splitChunksDidChange();
+        _performSplitOrdering();
+    }
 }
 
 void KSTask::removeObjectFromChildrenAtIndex(std::size_t index) {
@@ -100,6 +103,7 @@ void KSTask::removeObjectFromChildrenAtIndex(std::size_t index) {
     if (latestPossibleStart_.isEqualToDate(childLatestStart)) invalidateLatestPossibleStart();
     if (startDate_.isEqualToDate(childStart)) invalidateStartDate();
     if (endDate_.isEqualToDate(childEnd)) invalidateEndDate();
+    _splitChunksDidChange();
 }
 
 void KSTask::replaceObjectInChildrenAtIndexWithObject(std::size_t index,
@@ -119,6 +123,7 @@ void KSTask::replaceObjectInChildrenAtIndexWithObject(std::size_t index,
     invalidateLatestPossibleStart();
     invalidateStartDate();
     invalidateEndDate();
+    _splitChunksDidChange();
 }
 
 void KSTask::_setParent(KSProjectItem* parent) {

@@ -805,6 +805,9 @@ private:
                            bool& pushNext);
     // Whether a walk would stop at its first step with nothing to clear or set.
     bool _invalidationWouldStopAtOnce(InvalidationWalk walk) const;
+    // After the order or the set of a split task's chunks changed: what reads the
+    // neighbours of a chunk, and the first and last chunk.
+    void _splitChunksDidChange();
     // After a child changed this task's totals (effort `oldEffort` before): what reads
     // the task's effort and effort done.
     void _rolledUpWorkDidChange(double oldEffort);

@@ -150,6 +150,17 @@ TEST_F(CacheInvalidationTest, AStartLimitWithoutOppositeSchedulingFollowsThePlan
               "2024-01-10T08:00");
 }
 
+// Split S, read as soon as made: 8h, then 4h from Wed 08:00, then 4h from Thu 08:00.
+// Chunk 1 may end as late as the next chunk starts: Wed 08:00, and with chunk 2 gone
+// Thu 08:00.
+TEST_F(CacheInvalidationTest, AChunkIsBoundByWhicheverChunkComesNext) {
+    auto s = split("S", {8, 4, 4}, {at(2024, 1, 10, 8), at(2024, 1, 11, 8)});
+    auto first = s->childTaskAtIndex(0);
+    ASSERT_EQ(iso(first->currentEndLimit()), "2024-01-10T08:00");
+    s->childTaskAtIndex(1)->deleteSelf();
+    EXPECT_EQ(iso(first->currentEndLimit()), "2024-01-11T08:00");
+}
+
 // Split S: chunk 1 of 8h, chunk 2 of 4h resuming no earlier than Tue 13:00. Long (40h)
 // beside it holds the plan's end on Friday 17:00. A lock moves a chunk without any walk
 // of the limits (a constraint would set off the plan-wide one).
