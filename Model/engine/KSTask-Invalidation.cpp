@@ -315,9 +315,17 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     while (KSTask* child = nextChild(*this, frame.index)) {
                         if (tryToSetOff(child, InvalidationWalk::CurrentStart)) return true;
                     }
-                    toStep(2);
+                    toStep(4);
                     if (!fixedEnd && (isAsSoonAsPossible() || isHammockTask()))
                         return setOff(this, InvalidationWalk::Start);
+                    return true;
+                case 4:
+                    // An empty early group dates both its ends by this limit; its end may
+                    // be cached (read through a link) while its start is not, and the start
+                    // walk above would stop before it reaches the end.
+                    toStep(2);
+                    if (_datesAreEmptyGroupLimit() && isAsSoonAsPossible())
+                        return setOff(this, InvalidationWalk::End);
                     return true;
                 case 2:
                     // The dependents' twins read this task's twin through the links; no
@@ -370,6 +378,13 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     toStep(2);
                     if (fixedEnd && (isAsLateAsPossible() || isHammockTask()))
                         return setOff(this, InvalidationWalk::End);
+                    return true;
+                case 2:
+                    // An empty late group dates both its ends by this limit; its start may
+                    // be cached while its end is not, and the end walk above would stop.
+                    toStep(3);
+                    if (_datesAreEmptyGroupLimit() && isAsLateAsPossible())
+                        return setOff(this, InvalidationWalk::Start);
                     return true;
                 default:
                     return false;

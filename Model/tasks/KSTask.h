@@ -739,6 +739,11 @@ private:
     KSDateTime _planFixedDate() const;
     // Neither group nor split task nor hammock: its ends are one effort apart.
     bool _isPlainTask() const { return !_isGroupTask() && !isSplitTask_ && !isHammockTask(); }
+    // A group or split task without children: both its dates are one of its limits.
+    bool _datesAreEmptyGroupLimit() const {
+        return (_isGroupTask() || isSplitTask_) && countOfChildren() == 0 &&
+               startLockedDate_.isNull() && endLockedDate_.isNull();
+    }
     bool _hasLockedDate() const { return !startLockedDate_.isNull() || !endLockedDate_.isNull(); }
     void _setResourceLevelingDelay(double delay);
     KSDateTime _startDerivedFromEnd();

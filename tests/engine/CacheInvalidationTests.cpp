@@ -150,6 +150,20 @@ TEST_F(CacheInvalidationTest, AStartLimitWithoutOppositeSchedulingFollowsThePlan
               "2024-01-10T08:00");
 }
 
+// An empty group's dates are its start limit; a link reads its end, not its start.
+//   G, empty, starts no earlier than Tue 08:00, then Wed 08:00;  B 8h after G.
+TEST_F(CacheInvalidationTest, AnEmptyGroupsEndFollowsItsStartLimit) {
+    auto g = group("G");
+    auto b = task("B", 8);
+    link(g, b);
+    drain();
+    constrain(g, StartNoEarlierThan, at(2024, 1, 9, 8));
+    ASSERT_EQ(span(b), "2024-01-09T08:00 - 2024-01-09T17:00");
+    constrain(g, StartNoEarlierThan, at(2024, 1, 10, 8));
+    EXPECT_EQ(iso(g->endDate()), "2024-01-10T08:00");
+    EXPECT_EQ(span(b), "2024-01-10T08:00 - 2024-01-10T17:00");
+}
+
 // Split S, read as soon as made: 8h, then 4h from Wed 08:00, then 4h from Thu 08:00.
 // Chunk 1 may end as late as the next chunk starts: Wed 08:00, and with chunk 2 gone
 // Thu 08:00.
