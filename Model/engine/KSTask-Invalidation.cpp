@@ -600,6 +600,14 @@ void KSTask::_rolledUpWorkDidChange(double oldEffort) {
     // Where the rest of the work begins follows the work done.
     uncompletedStartDate_ = KSDateTime();
     if (effort_ == oldEffort) return;
+    // A task of the plain type (a split task) moves its limits into working time only
+    // while it has work: when its effort comes to 0 or leaves it, they change.
+    if ((oldEffort > 0.0) != (effort_ > 0.0) && isStandardTask()) {
+        invalidateCurrentStartLimit();
+        invalidateAbsoluteStartLimit();
+        invalidateCurrentEndLimit();
+        invalidateAbsoluteEndLimit();
+    }
     // A split task converts between its ends by its effort, as a plain task does.
     if (isSplitTask_) {
         _invalidateLimitsReadingLength();

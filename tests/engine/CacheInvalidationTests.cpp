@@ -164,6 +164,19 @@ TEST_F(CacheInvalidationTest, AnEmptyGroupsEndFollowsItsStartLimit) {
     EXPECT_EQ(span(b), "2024-01-10T08:00 - 2024-01-10T17:00");
 }
 
+// A split task moves its limits into working time only while it has work. The plan
+// starts on Friday 17:00; S's chunks (2h, 12h) start on Monday, and when both are gone S
+// stands where the plan starts.
+TEST_F(CacheInvalidationTest, ASplitTaskWithoutWorkLeavesItsLimitsWhereTheyFall) {
+    anchorStart(at(2024, 1, 5, 17));
+    auto s = split("S", {2, 12}, {KSDateTime()});
+    ASSERT_EQ(iso(s->currentStartLimit()), "2024-01-08T08:00");
+    s->removeChildTask(s->childTaskAtIndex(1));
+    s->removeChildTask(s->childTaskAtIndex(0));
+    EXPECT_EQ(iso(s->currentStartLimit()), "2024-01-05T17:00");
+    EXPECT_EQ(span(s), "2024-01-05T17:00 - 2024-01-05T17:00");
+}
+
 // Split S, read as soon as made: 8h, then 4h from Wed 08:00, then 4h from Thu 08:00.
 // Chunk 1 may end as late as the next chunk starts: Wed 08:00, and with chunk 2 gone
 // Thu 08:00.
