@@ -521,6 +521,10 @@ void KSTask::_invalidateLimitsReadingLength() {
     // their own to reach them. The plan-wide walk from the root refreshes them too, but
     // only once the latest start it starts from has been computed again; between two
     // edits it may not have been.
+    // The end a lock holds stays, and the other end moves with the length: the change of
+    // length invalidates the end an unlocked task derives, by its schedule type.
+    if (!endLockedDate_.isNull() && startLockedDate_.isNull()) invalidateStartDate();
+    if (!startLockedDate_.isNull() && endLockedDate_.isNull()) invalidateEndDate();
     const bool ownEndBound =
         !noEarlierThanConstraintDate_.isNull() && noEarlierThanEnd_ == KSConstrainedTaskEndEnd;
     const bool ownStartBound =

@@ -164,6 +164,19 @@ TEST_F(CacheInvalidationTest, AnEmptyGroupsEndFollowsItsStartLimit) {
     EXPECT_EQ(span(b), "2024-01-10T08:00 - 2024-01-10T17:00");
 }
 
+// A task locked at its end derives its start from the end and its length.
+//   A, end locked on Wed 17:00:  8h from Wed 08:00;  12h from Tue 13:00;  16h from Tue 08:00
+TEST_F(CacheInvalidationTest, ATaskLockedAtItsEndStartsEarlierWhenItGrows) {
+    auto a = task("A", 8);
+    lockEnd(a, at(2024, 1, 10, 17));
+    drain();
+    ASSERT_EQ(span(a), "2024-01-10T08:00 - 2024-01-10T17:00");
+    a->setEffort(12 * kHour);
+    ASSERT_EQ(iso(a->startDate()), "2024-01-09T13:00");
+    a->setEffort(16 * kHour);
+    EXPECT_EQ(iso(a->startDate()), "2024-01-09T08:00");
+}
+
 // A split task moves its limits into working time only while it has work. The plan
 // starts on Friday 17:00; S's chunks (2h, 12h) start on Monday, and when both are gone S
 // stands where the plan starts.
