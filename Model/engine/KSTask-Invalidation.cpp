@@ -659,6 +659,11 @@ void KSTask::invalidateAllDates() {
         p->invalidateEndDate();
     }
     if (hadDates) _invalidateReadersOfAllDates(hadEarliestEnd, hadLatestStart);
+    // What converts a date through this task's length (a group's constraints, links joined
+    // to the far end) reads no cache of the task's, but what the length is may have
+    // changed with it (a task that became a split task converts by its effort, no longer
+    // over its chunks).
+    _invalidateLimitsReadingLength();
     _needsSchedulingRecomputation();
     performSplitRejoining();
 }

@@ -201,6 +201,25 @@ TEST_F(CacheInvalidationTest, AChunkIsBoundByWhicheverChunkComesNext) {
     EXPECT_EQ(iso(first->currentEndLimit()), "2024-01-11T08:00");
 }
 
+// G ends no earlier than Wed 17 Jan 10:00: its start limit converts that date through its
+// children's lengths. T (1h) becomes a split task of 2h and 40h (from Mon 22 Jan 15:00);
+// a split task converts by its effort: 42 working hours before the bound is Wed 10 Jan
+// 08:00. (While T takes its chunks, the chunks' dates are read with T still a group.)
+TEST_F(CacheInvalidationTest, AGroupsEndBoundConvertsThroughAChildThatBecameSplit) {
+    auto g = group("G");
+    auto t = task("T", 1, g);
+    constrain(g, EndNoEarlierThan, at(2024, 1, 17, 10));
+    drain();
+    auto first = std::make_shared<KSTask>();
+    first->setEffort(2 * kHour);
+    auto second = std::make_shared<KSTask>();
+    second->setEffort(40 * kHour);
+    second->setStartAfter(at(2024, 1, 22, 15));
+    t->setTaskTypeSplitTaskWithSplitChildren(taskTypeTask, true, KSTaskList{first, second});
+    EXPECT_EQ(iso(g->currentStartLimit()), "2024-01-10T08:00");
+    EXPECT_EQ(iso(first->startDate()), "2024-01-10T08:00");
+}
+
 // Split S: chunk 1 of 8h, chunk 2 of 4h resuming no earlier than Tue 13:00. Long (40h)
 // beside it holds the plan's end on Friday 17:00. A lock moves a chunk without any walk
 // of the limits (a constraint would set off the plan-wide one).
