@@ -598,20 +598,24 @@ void KSTask::_splitChunksDidChange() {
     invalidateLatestPossibleStart();
 }
 
+void KSTask::_workDidCrossZero(double oldEffort) {
+    // A plain task, a chunk or a split task moves its limits into working time only while
+    // it has work: when its effort comes to 0 or leaves it, they change with nothing else
+    // of the task.
+    if ((oldEffort > 0.0) == (effort_ > 0.0) || (!isStandardTask() && !flags_.isSplitChunk)) return;
+    invalidateCurrentStartLimit();
+    invalidateAbsoluteStartLimit();
+    invalidateCurrentEndLimit();
+    invalidateAbsoluteEndLimit();
+}
+
 void KSTask::_rolledUpWorkDidChange(double oldEffort) {
     // The totals of a group, a split task or the root changed by a child's: no setter of
     // this task ran, so nothing else clears what reads them.
     // Where the rest of the work begins follows the work done.
     uncompletedStartDate_ = KSDateTime();
     if (effort_ == oldEffort) return;
-    // A task of the plain type (a split task) moves its limits into working time only
-    // while it has work: when its effort comes to 0 or leaves it, they change.
-    if ((oldEffort > 0.0) != (effort_ > 0.0) && isStandardTask()) {
-        invalidateCurrentStartLimit();
-        invalidateAbsoluteStartLimit();
-        invalidateCurrentEndLimit();
-        invalidateAbsoluteEndLimit();
-    }
+    _workDidCrossZero(oldEffort);
     // A split task converts between its ends by its effort, as a plain task does.
     if (isSplitTask_) {
         _invalidateLimitsReadingLength();

@@ -74,6 +74,7 @@ void KSTask::_internalChangeEffort(double effort) {
         performSplitRejoining();
         return;
     }
+    const double oldEffort = effort_;
     registerUndo<KSTask>([old = effort_](KSTask& t) { t._internalChangeEffort(old); });
     KSTaskList siblingChunks;
     if (flags_.isSplitChunk && parentTask()) parentTask()->_childrenTasks(siblingChunks);
@@ -106,6 +107,7 @@ void KSTask::_internalChangeEffort(double effort) {
     else
         invalidateEndDate();
     _invalidateLimitsReadingLength();
+    _workDidCrossZero(oldEffort);
 }
 
 void KSTask::setEffortRemaining(double remaining) {

@@ -520,6 +520,9 @@ public:
     // After a change of length: the limits that read it (through a constraint bound to
     // the other end, a link, a percentage lead, a neighbouring chunk) or a date it moves.
     void _invalidateLimitsReadingLength();
+    // After the effort changed from `oldEffort`: the task's own limits, when it gained its
+    // first work or lost its last (they are moved into working time only with work).
+    void _workDidCrossZero(double oldEffort);
 
     // --- Edit cycle (KSTask-Scheduling.cpp) ------------------------------------------------
     // Marks the task for recomputation once per cycle (not for prototypes or outside a plan).

@@ -220,6 +220,16 @@ TEST_F(CacheInvalidationTest, AGroupsEndBoundConvertsThroughAChildThatBecameSpli
     EXPECT_EQ(iso(first->startDate()), "2024-01-10T08:00");
 }
 
+// The plan starts on Friday 17:00. T, without work, stands there; given an hour through
+// its duration (which reads its start first) it starts when work does, on Monday.
+TEST_F(CacheInvalidationTest, ATaskThatGetsWorkMovesIntoWorkingTime) {
+    anchorStart(at(2024, 1, 5, 17));
+    drain();
+    auto t = task("T", 0);
+    t->setDuration(1 * kHour);
+    EXPECT_EQ(span(t), "2024-01-08T08:00 - 2024-01-08T09:00");
+}
+
 // Split S: chunk 1 of 8h, chunk 2 of 4h resuming no earlier than Tue 13:00. Long (40h)
 // beside it holds the plan's end on Friday 17:00. A lock moves a chunk without any walk
 // of the limits (a constraint would set off the plan-wide one).
