@@ -130,6 +130,17 @@ bool KSTask::_invalidationWouldStopAtOnce(InvalidationWalk walk) const {
     return false;
 }
 
+KSTask* KSTask::_nextHammockPulledBy(std::size_t& index, bool fromEnd) const {
+    while (index < dependents_.size()) {
+        const KSDependency& link = *dependents_[index++];
+        KSTask* after = link.dependent();
+        if (link.isActive() && after && after->isHammockTask() && link.dependentAlignedToEnd() &&
+            link.prerequisiteAlignedToEnd() == fromEnd)
+            return after;
+    }
+    return nullptr;
+}
+
 bool KSTask::_takeLimitsReadingOwnStart() {
     // While locked, the limits read the start; after the lock went, once more, for the
     // limits that read it while it stood.
@@ -422,6 +433,14 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                         if (link.prerequisiteAlignedToEnd()) continue;
                         if (tryToSetOff(after, InvalidationWalk::CurrentStart)) return true;
                     }
+                    toStep(6);
+                    return true;
+                case 6:
+                    // A hammock's end limit is pulled by the prerequisites joined to its
+                    // end: here those links that leave from this start.
+                    while (KSTask* hammock = _nextHammockPulledBy(frame.index, false)) {
+                        if (tryToSetOff(hammock, InvalidationWalk::CurrentEnd)) return true;
+                    }
                     toStep(2);
                     if (isAsSoonAsPossible()) return setOff(this, InvalidationWalk::End);
                     return true;
@@ -470,6 +489,13 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                 case 1:
                     while (KSTask* after = nextLinkedTask(dependents_, frame.index, true)) {
                         if (tryToSetOff(after, InvalidationWalk::CurrentStart)) return true;
+                    }
+                    toStep(6);
+                    return true;
+                case 6:
+                    // The hammocks whose end this end pulls: their end limits read it.
+                    while (KSTask* hammock = _nextHammockPulledBy(frame.index, true)) {
+                        if (tryToSetOff(hammock, InvalidationWalk::CurrentEnd)) return true;
                     }
                     toStep(5);
                     return true;

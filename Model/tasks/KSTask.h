@@ -819,6 +819,9 @@ private:
     // After a child changed this task's totals (effort `oldEffort` before): what reads
     // the task's effort and effort done.
     void _rolledUpWorkDidChange(double oldEffort);
+    // The next hammock at or after `index` in the dependents whose end limit a link from
+    // this task's end (start) pulls; advances `index` past it.
+    KSTask* _nextHammockPulledBy(std::size_t& index, bool fromEnd) const;
     // After invalidateAllDates: the walks to the neighbours that read the cleared dates.
     void _invalidateReadersOfAllDates(bool earliestEnd, bool latestStart);
     // Whether limits of this task read its own start (end) through a lock, now or before

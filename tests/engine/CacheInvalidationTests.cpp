@@ -230,6 +230,29 @@ TEST_F(CacheInvalidationTest, ATaskThatGetsWorkMovesIntoWorkingTime) {
     EXPECT_EQ(span(t), "2024-01-08T08:00 - 2024-01-08T09:00");
 }
 
+// A hammock's end is pulled by its end-aligned prerequisites. Splitting B (8h, then 8h
+// resuming Wed 13:00) moves its end to Thu 12:00: so does H's end limit.
+//   A 8h Mon;  B 16h Mon - Tue, split: Mon, then Wed 13:00 - Thu 12:00
+//   H hammock from A's start to B's end;  Long 80h holds the plan's end.
+TEST_F(CacheInvalidationTest, AHammockEndsWhenItsEndPrerequisiteDoes) {
+    auto a = task("A", 8);
+    auto b = task("B", 16);
+    task("Long", 80);
+    auto h = hammock("H", a, b);
+    drain();
+    ASSERT_EQ(span(h), "2024-01-08T08:00 - 2024-01-09T17:00");
+    ASSERT_EQ(iso(h->currentEndLimit()), "2024-01-09T17:00");
+
+    KSTaskList chunks{std::make_shared<KSTask>(), std::make_shared<KSTask>()};
+    chunks[0]->setEffort(8 * kHour);
+    chunks[1]->setEffort(8 * kHour);
+    chunks[1]->setStartAfter(at(2024, 1, 10, 13));
+    b->setTaskTypeSplitTaskWithSplitChildren(taskTypeTask, true, chunks);
+    EXPECT_EQ(span(b), "2024-01-08T08:00 - 2024-01-11T12:00");
+    EXPECT_EQ(iso(h->currentEndLimit()), "2024-01-11T12:00");
+    EXPECT_EQ(span(h), "2024-01-08T08:00 - 2024-01-11T12:00");
+}
+
 // Split S: chunk 1 of 8h, chunk 2 of 4h resuming no earlier than Tue 13:00. Long (40h)
 // beside it holds the plan's end on Friday 17:00. A lock moves a chunk without any walk
 // of the limits (a constraint would set off the plan-wide one).
