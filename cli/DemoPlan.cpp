@@ -4,6 +4,8 @@
 
 #include "Model/project/KSProject.h"
 #include "Model/project/KSScenario.h"
+#include "Model/resources/KSAssignment.h"
+#include "Model/resources/KSResource.h"
 #include "Model/tasks/KSDependency.h"
 #include "Platform/core/KSError.h"
 #include "Platform/core/KSRunLoop.h"
@@ -38,6 +40,49 @@ std::shared_ptr<KSDependency> addLink(const std::shared_ptr<KSTask>& before,
                                       KSDependencyKind kind = KSDependencyFinishToStart) {
     return KSDependency::dependencyWithPrerequisiteAndDependentAndKind(before.get(), after.get(),
                                                                        kind);
+}
+
+std::shared_ptr<KSResource> addResource(KSResource& parent, const std::string& name,
+                                        const std::shared_ptr<KSResourceType>& type) {
+    auto resource = std::make_shared<KSResource>();
+    resource->setName(name);
+    parent.insertObjectInChildrenAtIndex(resource, parent.countOfChildren());
+    resource->setResourceType(type);
+    return resource;
+}
+
+// Two developers in a group, a build machine and the printed launch kits, with their
+// costs in US dollars; the assignments are typed as a user would type them.
+void addResourcesAndAssignments(KSScenario& scenario) {
+    KSResource& everyone = *scenario.rootResource();
+    auto developers = addResource(everyone, "Developers", KSResourceType::group());
+    auto ann = addResource(*developers, "Ann", KSResourceType::staff());
+    ann->setCostPerHour(60.0);
+    auto ben = addResource(*developers, "Ben", KSResourceType::staff());
+    ben->setCostPerHour(50.0);
+    ben->setEfficiency(0.8);
+    auto server = addResource(everyone, "Build server", KSResourceType::equipment());
+    server->setCostPerUse(200.0);
+    server->setCostPerHour(5.0);
+    auto kits = addResource(everyone, "Launch kits", KSResourceType::material());
+    kits->setCostPerUse(12.5);
+
+    const std::pair<const char*, const char*> assignments[] = {
+        {"Requirements", "Ann"},
+        {"Architecture", "Ann; Ben {50%}"},
+        {"Backend", "Ben; Build server {25%}"},
+        {"Frontend", "Ann"},
+        {"Integration", "Developers [Ann; Ben]; Build server"},
+        {"Test plan", "Ben"},
+        {"Testing", "Ann {50%}; Build server"},
+        {"Fixes", "Developers [Ann {50%}; Ben]"},
+        {"Documentation", "Ben {50%}"},
+        {"Launch", "Launch kits {200}"},
+    };
+    for (const auto& [title, text] : assignments) {
+        for (const auto& task : scenario.rootTask()->tasksWithName(title))
+            task->setAssignedResourcesString(text);
+    }
 }
 
 }  // namespace
@@ -82,6 +127,9 @@ DemoPlan::DemoPlan() : undo_(std::make_shared<KSUndoManager>()) {
     addLink(integration, documentation);
     addLink(fixes, launch);
     addLink(documentation, launch);
+
+    project_->setSelectedCurrency(std::string("USD"));
+    addResourcesAndAssignments(*scenario_);
 }
 
 DemoPlan::~DemoPlan() {

@@ -3,8 +3,10 @@
 // A small software release: four groups of work with a dozen tasks, finish-to-start and
 // start-to-start links, one lead time, one start constraint and a closing milestone,
 // anchored on Monday 3 June 2024 at 08:00 and worked in the standard week (Monday to
-// Friday, 8:00 to 12:00 and 13:00 to 17:00). The plan lives in its own project with its
-// own document and undo manager, as an application would hold it.
+// Friday, 8:00 to 12:00 and 13:00 to 17:00). Two developers (in a group), a build
+// machine and printed launch kits are assigned to the tasks, with costs in US dollars.
+// The plan lives in its own project with its own document and undo manager, as an
+// application would hold it.
 //
 //   kestrum::cli::DemoPlan plan;
 //   plan.schedule();                              // one pass of the event loop
@@ -35,6 +37,7 @@ public:
     // the edits closes and the scenario recomputes the plan.
     void schedule();
     KSScenario& scenario() const { return *scenario_; }
+    KSProject& project() const { return *project_; }
     // Every task below the root, in outline order.
     std::vector<std::shared_ptr<KSTask>> tasksInOutlineOrder() const;
 

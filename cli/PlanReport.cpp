@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <sstream>
 
+#include "Model/formatters/KSCostFormatter.h"
+#include "Model/formatters/KSCurrency.h"
+#include "Model/project/KSProject.h"
 #include "Model/project/KSScenario.h"
 #include "Model/tasks/KSTask.h"
 #include "cli/DateText.h"
@@ -39,6 +42,14 @@ PlanReport PlanReport::forScenario(KSScenario& scenario) {
     KSTask& root = *scenario.rootTask();
     report.planStart_ = isoLocalDateTime(root.startDate());
     report.planEnd_ = isoLocalDateTime(root.endDate());
+    std::shared_ptr<KSCurrency> currency =
+        scenario.project() ? scenario.project()->selectedCurrencyDescription() : nullptr;
+    auto costText = [&](double cost) {
+        return currency ? currency->displayFormatter()->stringForObjectValue(KSValue(cost))
+                        : std::to_string(cost);
+    };
+    report.planCost_ = root.totalCost();
+    report.planCostText_ = costText(report.planCost_);
     for (const auto& task : root.allTasksButSelf()) {
         PlanRow row;
         row.outline = task->wbsNumber();
@@ -48,18 +59,24 @@ PlanReport PlanReport::forScenario(KSScenario& scenario) {
         row.start = isoLocalDateTime(task->startDate());
         row.end = isoLocalDateTime(task->endDate());
         row.totalSlack = task->totalSlack();
+        row.cost = task->totalCost();
+        row.costText = costText(row.cost);
+        row.resources = task->assignedResourcesString();
         report.rows_.push_back(std::move(row));
     }
     return report;
 }
 
 std::string PlanReport::table() const {
-    const std::vector<std::string> header{"#", "Task", "Start", "End", "Total slack"};
+    const std::vector<std::string> header{"#",           "Task", "Start",    "End",
+                                          "Total slack", "Cost", "Resources"};
     std::vector<std::vector<std::string>> lines;
     for (const PlanRow& row : rows_) {
         std::string indent(2 * static_cast<std::size_t>(std::max(0, row.level - 1)), ' ');
         lines.push_back({row.outline, indent + row.title, row.start.empty() ? "-" : row.start,
-                         row.end.empty() ? "-" : row.end, workingHoursText(row.totalSlack)});
+                         row.end.empty() ? "-" : row.end, workingHoursText(row.totalSlack),
+                         row.costText.empty() ? "-" : row.costText,
+                         row.resources.empty() ? "-" : row.resources});
     }
     std::vector<std::size_t> widths;
     for (const auto& title : header)
@@ -78,7 +95,7 @@ std::string PlanReport::table() const {
     print(header);
     for (const auto& line : lines)
         print(line);
-    out << "Plan: " << planStart_ << " - " << planEnd_ << '\n';
+    out << "Plan: " << planStart_ << " - " << planEnd_ << ", cost " << planCostText_ << '\n';
     return out.str();
 }
 
@@ -92,9 +109,11 @@ nlohmann::ordered_json PlanReport::json() const {
              {"start",
               row.start.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(row.start)},
              {"end", row.end.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(row.end)},
-             {"totalSlack", row.totalSlack}});
+             {"totalSlack", row.totalSlack},
+             {"cost", row.cost},
+             {"resources", row.resources}});
     }
-    return {{"start", planStart_}, {"end", planEnd_}, {"tasks", tasks}};
+    return {{"start", planStart_}, {"end", planEnd_}, {"cost", planCost_}, {"tasks", tasks}};
 }
 
 }  // namespace kestrum::cli

@@ -1,8 +1,9 @@
 // PlanReport: the rows the tool prints for a plan, as a table for people or as JSON.
 //
-// One row per task in outline order: its outline number ("2.3"), title, kind, start, end
-// and total slack (seconds of working time; as hours in the table). Dates follow
-// DateText: ISO local date-times.
+// One row per task in outline order: its outline number ("2.3"), title, kind, start, end,
+// total slack (seconds of working time; as hours in the table), total cost (in the plan's
+// currency in the table) and who works on it (the assignment text, "Ann; Ben {50% of
+// 100%}"). Dates follow DateText: ISO local date-times.
 //
 //   PlanReport report = PlanReport::forScenario(plan.scenario());
 //   std::cout << report.table();          // or report.json().dump(2)
@@ -27,6 +28,9 @@ struct PlanRow {
     std::string start;
     std::string end;
     double totalSlack = 0.0;  // seconds of working time
+    double cost = 0.0;        // the task's total cost
+    std::string costText;     // the cost in the plan's currency; "" for none
+    std::string resources;    // the assignment text; "" for none
 };
 
 class PlanReport {
@@ -37,16 +41,20 @@ public:
     const std::vector<PlanRow>& rows() const { return rows_; }
     const std::string& planStart() const { return planStart_; }
     const std::string& planEnd() const { return planEnd_; }
+    // The whole plan's cost (the root task's).
+    double planCost() const { return planCost_; }
     // Aligned columns with a header line; titles indented by level.
     std::string table() const;
     // {"start", "end", "tasks": [{"outline", "title", "kind", "start", "end",
-    //  "totalSlack"}]}; slack in seconds.
+    //  "totalSlack", "cost", "resources"}], "cost"}; slack in seconds, costs as numbers.
     nlohmann::ordered_json json() const;
 
 private:
     std::vector<PlanRow> rows_;
     std::string planStart_;
     std::string planEnd_;
+    double planCost_ = 0.0;
+    std::string planCostText_;
 };
 
 }  // namespace kestrum::cli

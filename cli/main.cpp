@@ -1,9 +1,11 @@
 // kestrum: the command-line tool over the Kestrum library.
 //
 //   kestrum --version
-//   kestrum demo [--json]     schedule a sample plan and print its tasks' dates
+//   kestrum demo [--json]     schedule a sample plan and print its tasks' dates, costs and
+//                             the resources assigned
 //
-// Exit codes: 0 success, 1 failure while working, 2 usage error.
+// Exit codes: 0 success, 1 failure while working, 2 usage error (also when no subcommand
+// is given: the usage then goes to standard error).
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
@@ -37,7 +39,7 @@ int runDemo(bool asJSON) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    CLI::App app{"kestrum: schedule, level, report, merge and publish project plans"};
+    CLI::App app{"kestrum: schedule project plans and print their dates"};
     app.name("kestrum");
     app.set_version_flag("-V,--version", std::string("kestrum ") + kestrum::KSLibraryVersion(),
                          "Print the version and exit");
@@ -46,8 +48,9 @@ int main(int argc, char** argv) {
     bool demoJSON = false;
     CLI::App* demo = app.add_subcommand(
         "demo",
-        "Schedule a sample plan and print each task's outline number, title, start, "
-        "end and total slack (dates as ISO local date-times)");
+        "Schedule a sample plan with resources and print each task's outline number, "
+        "title, start, end, total slack, cost and the resources assigned to it (dates as "
+        "ISO local date-times, costs in US dollars)");
     demo->add_flag("--json", demoJSON, "Print JSON instead of a table");
 
     try {
@@ -57,6 +60,7 @@ int main(int argc, char** argv) {
         return code == 0 ? kExitOK : kExitUsage;
     }
     if (demo->parsed()) return runDemo(demoJSON);
-    std::cout << app.help();
-    return kExitOK;
+    // No subcommand is a usage error, as a wrong argument is: scripts see it.
+    std::cerr << app.help();
+    return kExitUsage;
 }

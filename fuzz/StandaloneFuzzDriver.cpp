@@ -1,8 +1,9 @@
 // A stand-in for libFuzzer's driver, for compilers without it: replays every file of a
 // seed corpus, then a fixed number of deterministic mutations of those seeds (bit flips,
-// byte insertions and deletions, spliced XML tokens, truncations).
+// byte insertions and deletions, spliced tokens, truncations). The tokens are XML's, or
+// those of a dictionary in libFuzzer's form ("token" on each line) when one is given.
 //
-//   fuzz_xml_smoke <corpus-directory> [mutations]
+//   fuzz_xml_smoke <corpus-directory> [mutations] [dictionary]
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -61,7 +62,33 @@ const char* const kTokens[] = {"<",
                                "&",
                                "\t"};
 
-Bytes mutate(const Bytes& seed, Random& random) {
+// The tokens of a libFuzzer dictionary: lines of the form name="text" or "text", with \\,
+// \" and \xNN escapes; comments and blank lines are skipped.
+std::vector<std::string> readDictionary(const char* path) {
+    std::vector<std::string> tokens;
+    std::ifstream in(path);
+    std::string line;
+    while (std::getline(in, line)) {
+        std::size_t open = line.find('"');
+        std::size_t close = line.rfind('"');
+        if (line.empty() || line[0] == '#' || open == std::string::npos || close <= open) continue;
+        std::string token;
+        for (std::size_t i = open + 1; i < close; ++i) {
+            if (line[i] != '\\' || i + 1 >= close) {
+                token += line[i];
+            } else if (line[i + 1] == 'x' && i + 3 < close) {
+                token += static_cast<char>(std::strtol(line.substr(i + 2, 2).c_str(), nullptr, 16));
+                i += 3;
+            } else {
+                token += line[++i];
+            }
+        }
+        tokens.push_back(token);
+    }
+    return tokens;
+}
+
+Bytes mutate(const Bytes& seed, Random& random, const std::vector<std::string>& tokens) {
     Bytes out = seed;
     int steps = 1 + static_cast<int>(random.below(4));
     for (int step = 0; step < steps; ++step) {
@@ -82,7 +109,7 @@ Bytes mutate(const Bytes& seed, Random& random) {
                 }
                 break;
             case 3: {
-                std::string token = kTokens[random.below(std::size(kTokens))];
+                const std::string& token = tokens[random.below(tokens.size())];
                 out.insert(out.begin() + static_cast<std::ptrdiff_t>(at), token.begin(),
                            token.end());
                 break;
@@ -102,6 +129,13 @@ int main(int argc, char** argv) {
         return 2;
     }
     long mutations = argc > 2 ? std::strtol(argv[2], nullptr, 10) : 1000;
+    std::vector<std::string> tokens =
+        argc > 3 ? readDictionary(argv[3])
+                 : std::vector<std::string>(std::begin(kTokens), std::end(kTokens));
+    if (tokens.empty()) {
+        std::fprintf(stderr, "no tokens in %s\n", argv[3]);
+        return 2;
+    }
     std::vector<Bytes> seeds;
     std::vector<std::filesystem::path> paths;
     for (const auto& entry : std::filesystem::directory_iterator(argv[1])) {
@@ -120,7 +154,7 @@ int main(int argc, char** argv) {
         LLVMFuzzerTestOneInput(seed.data(), seed.size());
     Random random{0x9E3779B97F4A7C15ULL};
     for (long i = 0; i < mutations; ++i) {
-        Bytes input = mutate(seeds[random.below(seeds.size())], random);
+        Bytes input = mutate(seeds[random.below(seeds.size())], random, tokens);
         LLVMFuzzerTestOneInput(input.data(), input.size());
     }
     std::printf("%zu seeds and %ld mutations: 0 failures\n", seeds.size(), mutations);

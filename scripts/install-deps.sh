@@ -8,7 +8,7 @@ PACKAGES=(
   build-essential cmake ninja-build ccache pkg-config git
   clang clang-format libclang-rt-dev
   libpugixml-dev libicu-dev libical-dev libplist-dev
-  libcurl4-openssl-dev libsecret-1-dev
+  libcurl4-openssl-dev libsecret-1-dev libbelcard-dev
   libcli11-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   python3 tzdata locales

@@ -49,8 +49,44 @@ KSScheduling* KSTask::scenarioSchedule() const {
 }
 
 KSScheduling* KSTask::schedule() const {
-    // Without assignments a task works in the plan's time.
-    return scenarioSchedule();
+    // A split task works in its last chunk's time; the chunk keeps that scheduling.
+    if (isSplitTask_ && countOfChildren() > 0) {
+        return static_cast<const KSTask&>(*children()->back()).schedule();
+    }
+    // A task that moved to another plan (or out of one) must not keep the old calendar.
+    if (!scheduling_ || schedulingScenario_ != scenario()) _makeScheduling();
+    return scheduling_.get();
+}
+
+void KSTask::_makeScheduling() const {
+    // Without assignments a task works in the plan's time. The slot shares the calendar,
+    // so that it stays valid even if the root resource lets go of it before the task is
+    // told.
+    KSScenario* owner = scenario();
+    schedulingScenario_ = owner;
+    if (owner && owner->schedule()) {
+        scheduling_ = owner->schedule();
+    } else {
+        scheduling_ = KSSchedule::standardWorkHours();
+    }
+}
+
+void KSTask::invalidateSchedule() {
+    scheduling_.reset();
+    schedulingScenario_ = nullptr;
+}
+
+void KSTask::resourceScheduleDidChange() {
+    invalidateSchedule();
+    // Both ends and the length between them may move. The narrower walks go first, while
+    // the caches they stop at are still filled, to carry that along the links; then every
+    // date of the task goes.
+    invalidateAbsoluteStartLimit();
+    invalidateAbsoluteEndLimit();
+    invalidateStartDate();
+    invalidateEndDate();
+    _invalidateLimitsReadingLength();
+    invalidateAllDates();
 }
 
 KSDateTime KSTask::endDateForStartDate(const KSDateTime& start) {

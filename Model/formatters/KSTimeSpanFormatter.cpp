@@ -4,6 +4,8 @@
 #include <memory>
 
 #include "Model/project/KSProject.h"
+#include "Platform/core/KSFormat.h"
+#include "Platform/core/KSLocalization.h"
 #include "Platform/core/KSRunLoop.h"
 #include "Platform/core/KSUndoManager.h"
 
@@ -42,26 +44,12 @@ bool archivedFlag(const KSDictionary& archive, const char* key, bool* out) {
 const KSClassInfo& KSTimeSpanFormatter::staticClassInfo() {
     using F = KSTimeSpanFormatter;
     static const KSClassInfo info = KSClassInfo::make<F>(
-        "KSTimeSpanFormatter", &KSBaseObject::staticClassInfo(), [](KSClassBuilder<F>& b) {
-            b.attribute("hoursPerDay", &F::hoursPerDay, &F::setHoursPerDay);
-            b.attribute("hoursPerWeek", &F::hoursPerWeek, &F::setHoursPerWeek);
-            b.attribute("hoursPerMonth", &F::hoursPerMonth, &F::setHoursPerMonth);
-            b.attribute("hoursPerYear", &F::hoursPerYear, &F::setHoursPerYear);
+        "KSTimeSpanFormatter", &BKTimeSpanFormatter::staticClassInfo(), [](KSClassBuilder<F>& b) {
             b.attribute("timeIntervalPerDay", &F::timeIntervalPerDay, &F::setTimeIntervalPerDay);
             b.attribute("timeIntervalPerWeek", &F::timeIntervalPerWeek, &F::setTimeIntervalPerWeek);
             b.attribute("timeIntervalPerMonth", &F::timeIntervalPerMonth,
                         &F::setTimeIntervalPerMonth);
             b.attribute("timeIntervalPerYear", &F::timeIntervalPerYear, &F::setTimeIntervalPerYear);
-            b.attribute("displaySeconds", &F::displaySeconds, &F::setDisplaySeconds);
-            b.attribute("displayMinutes", &F::displayMinutes, &F::setDisplayMinutes);
-            b.attribute("displayHours", &F::displayHours, &F::setDisplayHours);
-            b.attribute("displayDays", &F::displayDays, &F::setDisplayDays);
-            b.attribute("displayWeeks", &F::displayWeeks, &F::setDisplayWeeks);
-            b.attribute("displayMonths", &F::displayMonths, &F::setDisplayMonths);
-            b.attribute("displayYears", &F::displayYears, &F::setDisplayYears);
-            b.attribute("shouldReturnNumber", &F::shouldReturnNumber, &F::setShouldReturnNumber);
-            b.attribute("useVerboseFormat", &F::useVerboseFormat, &F::setUseVerboseFormat);
-            b.attribute("roundingInterval", &F::roundingInterval, &F::setRoundingInterval);
             b.readOnly(KSTimeSpanFormatterAnythingKey, &F::_anything);
             // The time intervals follow their hours; "anything" follows every setting.
             b.dependentKeys("timeIntervalPerDay", {"hoursPerDay"});
@@ -77,22 +65,17 @@ const KSClassInfo& KSTimeSpanFormatter::staticClassInfo() {
     return info;
 }
 
-KSTimeSpanFormatter::KSTimeSpanFormatter() = default;
+KSTimeSpanFormatter::KSTimeSpanFormatter() {
+    setOptions(options() | BKTimeSpanFormatterSplitsIntoUnitsOption);
+}
+
 KSTimeSpanFormatter::~KSTimeSpanFormatter() = default;
 
 // --- Units -------------------------------------------------------------------------------
 
-void KSTimeSpanFormatter::setHours(float& field, float hours, std::string_view key) {
-    if (hours <= 0.0f) hours = kSmallestHours;
-    if (hours == field) return;
-    willChangeValueForKey(key);
-    field = hours;
-    didChangeValueForKey(key);
-}
-
 void KSTimeSpanFormatter::setHoursPerDay(float hours) {
     if (hours <= 0.0f) hours = kSmallestHours;
-    setHours(hoursPerDay_, hours, "hoursPerDay");
+    BKTimeSpanFormatter::setHoursPerDay(hours);
     // The derived units always follow a new day, even when the day itself is unchanged.
     setHoursPerWeek(5.0f * hours);
     setHoursPerMonth(20.0f * hours);
@@ -100,28 +83,28 @@ void KSTimeSpanFormatter::setHoursPerDay(float hours) {
 }
 
 void KSTimeSpanFormatter::setHoursPerWeek(float hours) {
-    setHours(hoursPerWeek_, hours, "hoursPerWeek");
+    BKTimeSpanFormatter::setHoursPerWeek(hours <= 0.0f ? kSmallestHours : hours);
 }
 
 void KSTimeSpanFormatter::setHoursPerMonth(float hours) {
-    setHours(hoursPerMonth_, hours, "hoursPerMonth");
+    BKTimeSpanFormatter::setHoursPerMonth(hours <= 0.0f ? kSmallestHours : hours);
 }
 
 void KSTimeSpanFormatter::setHoursPerYear(float hours) {
-    setHours(hoursPerYear_, hours, "hoursPerYear");
+    BKTimeSpanFormatter::setHoursPerYear(hours <= 0.0f ? kSmallestHours : hours);
 }
 
 float KSTimeSpanFormatter::timeIntervalPerDay() const {
-    return hoursPerDay_ * kSecondsPerHour;
+    return hoursPerDay() * kSecondsPerHour;
 }
 float KSTimeSpanFormatter::timeIntervalPerWeek() const {
-    return hoursPerWeek_ * kSecondsPerHour;
+    return hoursPerWeek() * kSecondsPerHour;
 }
 float KSTimeSpanFormatter::timeIntervalPerMonth() const {
-    return hoursPerWeek_ * kSecondsPerHour;
+    return hoursPerWeek() * kSecondsPerHour;
 }
 float KSTimeSpanFormatter::timeIntervalPerYear() const {
-    return hoursPerYear_ * kSecondsPerHour;
+    return hoursPerYear() * kSecondsPerHour;
 }
 
 void KSTimeSpanFormatter::setTimeIntervalPerDay(float seconds) {
@@ -137,67 +120,166 @@ void KSTimeSpanFormatter::setTimeIntervalPerYear(float seconds) {
     setHoursPerYear(seconds / 60.0f / 60.0f);
 }
 
-void KSTimeSpanFormatter::setStandardCalendarTime() {
-    setHoursPerDay(24.0f);
-    setHoursPerWeek(24.0f * 7.0f);
-    setHoursPerMonth(24.0f * 30.0f);
-    setHoursPerYear(24.0f * 365.0f);
+// --- Text ----------------------------------------------------------------------------------
+
+bool KSTimeSpanFormatter::getObjectValueForString(KSValue* out, std::string_view text,
+                                                  std::string* errorDescription) {
+    KSValue value;
+    std::string parsed(text);
+    std::string firstError;
+    if (!BKTimeSpanFormatter::getObjectValueForString(&value, parsed, &firstError)) {
+        // A unit alone means one of it: "d" reads as "1d".
+        parsed = KSStringWithFormat("1%@", std::string(text));
+        if (!BKTimeSpanFormatter::getObjectValueForString(&value, parsed, nullptr)) {
+            if (errorDescription) *errorDescription = firstError;
+            return false;
+        }
+    }
+    float seconds = 0.0f;
+    if (value.isNumber()) {
+        seconds = value.floatValue();
+    } else if (auto span = value.asObjectOfType<BKTimeSpan>()) {
+        seconds = span->floatValue();
+    }
+    if (seconds < 0.0f) {
+        if (errorDescription) {
+            *errorDescription = KSStringWithFormat(
+                KSLocalizedString("Negative time intervals are not supported in Kestrum.  "
+                                  "Found \"%@\""),
+                parsed);
+        }
+        return false;
+    }
+    if (out) *out = std::move(value);
+    return true;
 }
 
-// --- Flags -------------------------------------------------------------------------------
-
-void KSTimeSpanFormatter::setFlag(bool& field, bool value, std::string_view key) {
-    if (field == value) return;
-    willChangeValueForKey(key);
-    field = value;
-    didChangeValueForKey(key);
+bool KSTimeSpanFormatter::isPartialStringValidNewEditingString(std::string_view partialString,
+                                                               std::string* newString,
+                                                               std::string* errorDescription) {
+    KSValue value;
+    if (!getObjectValueForString(&value, partialString, errorDescription)) return false;
+    if (newString) *newString = std::string(partialString);
+    return true;
 }
 
-void KSTimeSpanFormatter::setDisplaySeconds(bool flag) {
-    setFlag(displaySeconds_, flag, "displaySeconds");
-}
-void KSTimeSpanFormatter::setDisplayMinutes(bool flag) {
-    setFlag(displayMinutes_, flag, "displayMinutes");
-}
-void KSTimeSpanFormatter::setDisplayHours(bool flag) {
-    setFlag(displayHours_, flag, "displayHours");
-}
-void KSTimeSpanFormatter::setDisplayDays(bool flag) {
-    setFlag(displayDays_, flag, "displayDays");
-}
-void KSTimeSpanFormatter::setDisplayWeeks(bool flag) {
-    setFlag(displayWeeks_, flag, "displayWeeks");
-}
-void KSTimeSpanFormatter::setDisplayMonths(bool flag) {
-    setFlag(displayMonths_, flag, "displayMonths");
-}
-void KSTimeSpanFormatter::setDisplayYears(bool flag) {
-    setFlag(displayYears_, flag, "displayYears");
-}
-void KSTimeSpanFormatter::setShouldReturnNumber(bool flag) {
-    setFlag(shouldReturnNumber_, flag, "shouldReturnNumber");
-}
-void KSTimeSpanFormatter::setUseVerboseFormat(bool flag) {
-    setFlag(useVerboseFormat_, flag, "useVerboseFormat");
+bool KSTimeSpanFormatter::isPartialStringValidProposedSelectedRange(std::string* partialString,
+                                                                    TWTextRange*, std::string_view,
+                                                                    TWTextRange,
+                                                                    std::string* errorDescription) {
+    KSValue value;
+    return partialString && getObjectValueForString(&value, *partialString, errorDescription);
 }
 
-void KSTimeSpanFormatter::setRoundingInterval(double interval) {
-    if (interval == roundingInterval_) return;
-    willChangeValueForKey("roundingInterval");
-    roundingInterval_ = interval;
-    didChangeValueForKey("roundingInterval");
+std::string KSTimeSpanFormatter::stringForObjectValue(const KSValue& value) {
+    if (!value.isArray()) return BKTimeSpanFormatter::stringForObjectValue(value);
+    const KSArray& values = value.asArray();
+    if (values.empty()) return {};
+    if (values.size() == 1) return stringForObjectValue(values.front());
+    // Several tasks show one value only when they all share it.
+    if (!values.front().isNumber()) return {};
+    const float shared = values.front().floatValue();
+    for (const KSValue& other : values) {
+        if (!other.isNumber() || other.floatValue() != shared) return {};
+    }
+    return BKTimeSpanFormatter::stringForObjectValue(values.front());
+}
+
+// --- Stepping ------------------------------------------------------------------------------
+
+std::shared_ptr<BKTimeSpan> KSTimeSpanFormatter::_timeSpanValue(const KSValue& value) {
+    if (value.isNull()) return zeroTimeSpan();
+    if (auto span = value.asObjectOfType<BKTimeSpan>()) return span->copy();
+    const bool returnedNumber = shouldReturnNumber();
+    setShouldReturnNumber(false);
+    KSValue parsed;
+    bool ok = getObjectValueForString(&parsed, stringForObjectValue(value), nullptr);
+    setShouldReturnNumber(returnedNumber);
+    auto span = ok ? parsed.asObjectOfType<BKTimeSpan>() : nullptr;
+    return span ? span : zeroTimeSpan();
+}
+
+KSValue KSTimeSpanFormatter::_objectValueForSpan(const std::shared_ptr<BKTimeSpan>& span) const {
+    if (shouldReturnNumber()) return KSValue(static_cast<double>(span->floatValue()));
+    return KSValue(span);
+}
+
+KSValue KSTimeSpanFormatter::floored(const std::shared_ptr<BKTimeSpan>& span) const {
+    return _objectValueForSpan(span->floatValue() < 0.0f ? zeroTimeSpan() : span);
+}
+
+KSValue KSTimeSpanFormatter::stepUnit(const KSValue& value, BKTimeSpanUnit unit, float delta,
+                                      bool floorAtZero) {
+    auto span = _timeSpanValue(value);
+    span->setComponent(unit, span->component(unit) + delta);
+    return floorAtZero ? floored(span) : _objectValueForSpan(span);
+}
+
+namespace {
+
+// The stepped units, smallest first; seconds and minutes take no part in stepping.
+constexpr std::array<BKTimeSpanUnit, 5> kSteppedUnits = {
+    BKTimeSpanUnit::Hours, BKTimeSpanUnit::Days, BKTimeSpanUnit::Weeks, BKTimeSpanUnit::Months,
+    BKTimeSpanUnit::Years};
+
+}  // namespace
+
+KSValue KSTimeSpanFormatter::stepUpValue(const KSValue& value) {
+    for (BKTimeSpanUnit unit : kSteppedUnits) {
+        if (displaysUnit(unit)) return stepUnit(value, unit, 1.0f, false);
+    }
+    return value;
+}
+
+KSValue KSTimeSpanFormatter::stepDownValue(const KSValue& value) {
+    for (BKTimeSpanUnit unit : kSteppedUnits) {
+        if (displaysUnit(unit)) return stepUnit(value, unit, -1.0f, true);
+    }
+    return value;
+}
+
+KSValue KSTimeSpanFormatter::largeStepUpValue(const KSValue& value) {
+    // Days, weeks and months are stepped when a smaller displayed unit was seen below them.
+    bool smallerSeen = displayHours();
+    for (BKTimeSpanUnit unit :
+         {BKTimeSpanUnit::Days, BKTimeSpanUnit::Weeks, BKTimeSpanUnit::Months}) {
+        if (!displaysUnit(unit)) continue;
+        if (smallerSeen) return stepUnit(value, unit, 1.0f, false);
+        smallerSeen = true;
+    }
+    if (!displayYears()) return value;
+    // Years are set from the months part, not the years part; files and users rely on the
+    // step as it has always behaved.
+    auto span = _timeSpanValue(value);
+    span->setYears(span->months() + (smallerSeen ? 1.0f : 10.0f));
+    return _objectValueForSpan(span);
+}
+
+KSValue KSTimeSpanFormatter::largeStepDownValue(const KSValue& value) {
+    bool smallerSeen = displayHours();
+    for (BKTimeSpanUnit unit :
+         {BKTimeSpanUnit::Days, BKTimeSpanUnit::Weeks, BKTimeSpanUnit::Months}) {
+        if (!displaysUnit(unit)) continue;
+        if (smallerSeen) return stepUnit(value, unit, -1.0f, true);
+        smallerSeen = true;
+    }
+    if (!displayYears()) return value;
+    auto span = _timeSpanValue(value);
+    span->setYears(span->years() - (smallerSeen ? 1.0f : 10.0f));
+    return floored(span);
 }
 
 // --- Archive -------------------------------------------------------------------------------
 
 KSDictionary KSTimeSpanFormatter::archiveDictionary() const {
     KSDictionary archive;
-    const std::array<float, 4> hours = {hoursPerDay_, hoursPerWeek_, hoursPerMonth_, hoursPerYear_};
+    const std::array<float, 4> hours = {hoursPerDay(), hoursPerWeek(), hoursPerMonth(),
+                                        hoursPerYear()};
     for (std::size_t i = 0; i < kHourKeys.size(); ++i)
         archive.setObjectForKey(kHourKeys[i], KSValue(hours[i]));
-    const std::array<bool, 7> flags = {displaySeconds_, displayMinutes_, displayHours_,
-                                       displayDays_,    displayWeeks_,   displayMonths_,
-                                       displayYears_};
+    const std::array<bool, 7> flags = {displaySeconds(), displayMinutes(), displayHours(),
+                                       displayDays(),    displayWeeks(),   displayMonths(),
+                                       displayYears()};
     for (std::size_t i = 0; i < kDisplayKeys.size(); ++i)
         archive.setObjectForKey(kDisplayKeys[i], KSValue(flags[i]));
     return archive;

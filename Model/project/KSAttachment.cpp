@@ -8,6 +8,7 @@
 #include "Model/project/KSProject.h"
 #include "Platform/core/KSBase64.h"
 #include "Platform/core/KSLocalization.h"
+#include "Platform/core/KSURL.h"
 #include "Platform/core/KSUndoManager.h"
 
 namespace kestrum {
@@ -29,49 +30,7 @@ std::optional<std::string> folderOfLocation(const std::optional<std::string>& lo
     return fs::path(KSPathFromFileURLString(*location)).parent_path().string();
 }
 
-std::string percentEncodedPath(const std::string& path) {
-    static const char* hex = "0123456789ABCDEF";
-    std::string result;
-    for (unsigned char c : path) {
-        if (std::isalnum(c) || c == '/' || c == '-' || c == '.' || c == '_' || c == '~') {
-            result.push_back(static_cast<char>(c));
-        } else {
-            result.push_back('%');
-            result.push_back(hex[c >> 4]);
-            result.push_back(hex[c & 15]);
-        }
-    }
-    return result;
-}
-
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-}
-
 }  // namespace
-
-std::string KSPathFromFileURLString(const std::string& url) {
-    static const std::string scheme = "file://";
-    if (url.compare(0, scheme.size(), scheme) != 0) return url;
-    std::string rest = url.substr(scheme.size());
-    // "file://localhost/path" and "file:///path" both name /path.
-    std::size_t slash = rest.find('/');
-    rest = slash == std::string::npos ? std::string("/") : rest.substr(slash);
-    std::string path;
-    for (std::size_t i = 0; i < rest.size(); ++i) {
-        if (rest[i] == '%' && i + 2 < rest.size() && hexDigit(rest[i + 1]) >= 0 &&
-            hexDigit(rest[i + 2]) >= 0) {
-            path.push_back(static_cast<char>(hexDigit(rest[i + 1]) * 16 + hexDigit(rest[i + 2])));
-            i += 2;
-        } else {
-            path.push_back(rest[i]);
-        }
-    }
-    return path;
-}
 
 const KSClassInfo& KSAttachment::staticClassInfo() {
     static const KSClassInfo info = KSClassInfo::make<KSAttachment>(
@@ -148,7 +107,7 @@ std::optional<std::string> KSAttachment::fullPathViaExternalPath() const {
 std::optional<std::string> KSAttachment::url() const {
     std::optional<std::string> full = fullPathViaExternalPath();
     if (!full) return std::nullopt;
-    return "file://" + percentEncodedPath(*full);
+    return "file://" + KSPercentEscapedString(*full);
 }
 
 void KSAttachment::setExternalPath(const std::optional<std::string>& path) {

@@ -87,7 +87,4 @@ private:
     std::optional<KSData> aliasData_;
 };
 
-// The path of a "file://" URL, or the text itself when it is already a path.
-std::string KSPathFromFileURLString(const std::string& url);
-
 }  // namespace kestrum

@@ -28,6 +28,11 @@ bool valueIsOfClass(const KSValue& value, KSValueClass valueClass) {
             return value.isNumber() || value.isBool();
         case KSValueClass::AttributedString:
             return value.asObjectOfType<TWTextStorage>() != nullptr;
+        case KSValueClass::AssignedUnits:
+        case KSValueClass::ResourceType:
+        case KSValueClass::AddressBookPerson:
+            // Objects of the resource columns; their classes check the value themselves.
+            return value.isObject();
     }
     return false;
 }
@@ -85,6 +90,12 @@ const KSClassInfo& KSObject::staticClassInfo() {
                     o.setAttachmentDict(v);
                     return true;
                 });
+            b.custom("attachments", KSValue::Type::Array, [](const KSObject& o) {
+                KSArray list;
+                for (const auto& attachment : o.attachments())
+                    list.push_back(KSValue(attachment));
+                return KSValue(std::move(list));
+            });
             b.readOnly("subclassLocalizedTypeForUndo", &KSObject::subclassLocalizedTypeForUndo);
             b.dependentKeys("hasNote", {"notes"});
             b.dependentKeys("attachmentDict", {"attachments"});

@@ -30,9 +30,12 @@ class KSScenario;
 
 // The class of value an attribute accepts through keyed access.
 enum class KSValueClass {
-    String,            // a string
-    Number,            // a number or a boolean
-    AttributedString,  // rich text (a TWTextStorage object)
+    String,             // a string
+    Number,             // a number or a boolean
+    AttributedString,   // rich text (a TWTextStorage object)
+    AssignedUnits,      // a KSAssignedUnitsValue
+    ResourceType,       // a KSResourceType
+    AddressBookPerson,  // a person's card of the address book (KSABRecord)
 };
 
 using KSKeySet = std::unordered_set<std::string>;

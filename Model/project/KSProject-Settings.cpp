@@ -11,6 +11,9 @@
 #include "Model/project/KSDocumentProtocol.h"
 #include "Model/project/KSFilter.h"
 #include "Model/project/KSProject.h"
+#include "Platform/core/KSICUText.h"
+
+#include "Model/formatters/KSCurrency.h"
 #include "Model/project/KSScenario.h"
 #include "Model/tasks/KSTask.h"
 #include "Platform/core/KSUserDefaults.h"
@@ -160,12 +163,6 @@ void KSProject::setSubscribeRefreshMinutes(std::int32_t minutes) {
 
 namespace {
 
-std::string utf8(const icu::UnicodeString& text) {
-    std::string out;
-    text.toUTF8String(out);
-    return out;
-}
-
 // The long name of an ISO 4217 code in the default locale; the code itself when ICU has none.
 std::string currencyDisplayName(const std::string& code) {
     icu::UnicodeString iso = icu::UnicodeString::fromUTF8(code);
@@ -175,7 +172,7 @@ std::string currencyDisplayName(const std::string& code) {
     const UChar* name = ucurr_getName(iso.getTerminatedBuffer(), uloc_getDefault(), UCURR_LONG_NAME,
                                       &isChoiceFormat, &length, &status);
     if (U_FAILURE(status) || !name) return code;
-    return utf8(icu::UnicodeString(name, length));
+    return KSUTF8String(icu::UnicodeString(name, length));
 }
 
 }  // namespace
@@ -228,7 +225,22 @@ std::string KSProject::exampleCurrencyString() const {
     }
     icu::UnicodeString text;
     format->format(1234.56, text);
-    return utf8(text);
+    return KSUTF8String(text);
+}
+
+std::shared_ptr<KSCurrency> KSProject::selectedCurrencyDescription() const {
+    return selectedCurrency_ ? KSCurrency::currencyForCode(*selectedCurrency_)
+                             : KSCurrency::currencyForCurrentLocale();
+}
+
+std::vector<std::shared_ptr<KSCurrency>>
+KSProject::allCurrenciesSortedByDisplayNameInCurrentLocale() {
+    return KSCurrency::allCurrenciesSortedByDisplayNameInCurrentLocale();
+}
+
+std::vector<std::shared_ptr<KSCurrency>>
+KSProject::allCurrenciesSortedByPrevalenceAndDisplayNameInCurrentLocale() {
+    return KSCurrency::allCurrenciesSortedByPrevalenceAndDisplayNameInCurrentLocale();
 }
 
 // --- Filters

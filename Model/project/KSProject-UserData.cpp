@@ -10,7 +10,7 @@
 
 namespace kestrum {
 
-const char* const KSCustomKeyValueChangeNotification = "Custom Key/Value Change Notification";
+const KSNotificationName KSCustomKeyValueChangeNotification("Custom Key/Value Change Notification");
 const char* const KSOldKeyNameKey = "Old Key Name";
 const char* const KSNewKeyNameKey = "New Key Name";
 const char* const KSTypeNameKey = "Type Name";

@@ -84,6 +84,19 @@ const KSClassInfo& KSProject::staticClassInfo() {
                      [](const P& p) { return KSValue(p.selectedCurrencyDisplayName()); });
             b.custom("exampleCurrencyString", KSValue::Type::String,
                      [](const P& p) { return KSValue(p.exampleCurrencyString()); });
+            b.custom("filters", KSValue::Type::Dictionary, [](const P& p) {
+                KSDictionary filters;
+                for (const auto& [name, filter] : p.filters())
+                    filters.setObjectForKey(name, KSValue(filter));
+                return KSValue(std::move(filters));
+            });
+            b.attribute("lastUsedFilter", &P::lastUsedFilter, &P::setLastUsedFilter);
+            b.attribute("subscribeRefreshMinutes", &P::subscribeRefreshMinutes,
+                        &P::setSubscribeRefreshMinutes);
+            // The project tracks nothing by itself: the notice of this key tells each
+            // scenario's metadata engine that a project setting moves.
+            b.custom("hasTrackedChanges", KSValue::Type::Bool,
+                     [](const P&) { return KSValue(false); });
             b.custom("scenarioPlaceholders", KSValue::Type::Array, [](const P& p) {
                 KSArray list;
                 for (const auto& holder : p.scenarioPlaceholders())

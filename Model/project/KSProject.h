@@ -30,6 +30,7 @@
 #include <vector>
 
 #include "Model/project/KSObject.h"
+#include "Platform/core/KSNotificationName.h"
 #include "Platform/styles/HLStyleContextSource.h"
 #include "Platform/styles/HLStyleOwner.h"
 
@@ -37,6 +38,7 @@ namespace kestrum {
 
 class HLStyle;
 class HLStyleContext;
+class KSCurrency;
 class KSDocumentProtocol;
 class KSFilter;
 class KSScenarioPlaceholder;
@@ -44,7 +46,7 @@ class KSTimeSpanFormatter;
 class LRColor;
 
 // Posted when a user-data key is added, renamed or removed; object: the project.
-extern const char* const
+extern const KSNotificationName
     KSCustomKeyValueChangeNotification;  // "Custom Key/Value Change Notification"
 // User-info keys of that notification.
 extern const char* const KSOldKeyNameKey;  // "Old Key Name", when a key was renamed or removed
@@ -248,6 +250,15 @@ public:
     void setSelectedCurrencyDisplayName(const std::string& displayName);
     // An amount in the selected currency, for settings panels.
     std::string exampleCurrencyString() const;
+    // How the selected currency (the locale's without one) shows costs; null for a code
+    // that cannot be learnt.
+    std::shared_ptr<KSCurrency> selectedCurrencyDescription() const;
+    // The currencies a plan may choose from, by display name, and with the ten common
+    // ones first.
+    static std::vector<std::shared_ptr<KSCurrency>>
+    allCurrenciesSortedByDisplayNameInCurrentLocale();
+    static std::vector<std::shared_ptr<KSCurrency>>
+    allCurrenciesSortedByPrevalenceAndDisplayNameInCurrentLocale();
 
     // --- Filters ------------------------------------------------------------------------
     const KSFilterMap& filters() const { return filters_; }

@@ -183,7 +183,7 @@ public:
                                   const std::optional<std::string>& newKey) override;
     // Scrambles this item ("<Type> <number>" as title) and numbers its children from
     // `number` + 1 on; answers the next free number.
-    std::int64_t gibberizeWithNumber(std::int64_t number);
+    virtual std::int64_t gibberizeWithNumber(std::int64_t number);
     // Whether the engine holds unmarked changes of this item.
     bool hasTrackedChanges() const;
     // The note when there is one, else null.

@@ -276,6 +276,18 @@ void KSScenario::copySchedule(const KSSchedule& schedule) {
     if (rootResource_) rootResource_->copySchedule(schedule);
 }
 
+void KSScenario::planScheduleDidChange() {
+    if (!rootTask_ || flags_.isInvalid) return;
+    // The plan's calendar feeds every task: unassigned ones work by it, durations, lead
+    // times and the anchor are measured in it, and every resource's calendar inherits
+    // from it. So the whole tree is invalidated from the root, not only the unassigned
+    // tasks.
+    rootTask_->enumerateObjectsUsingBlock(
+        [](KSProjectItem& item, bool*) { static_cast<KSTask&>(item).invalidateSchedule(); });
+    rootTask_->invalidateAllDates();
+    projectDidChange();
+}
+
 // --- New tasks ---------------------------------------------------------------------------------
 
 double KSScenario::defaultTaskEffortIgnorePrototype(bool ignorePrototype) const {

@@ -4,6 +4,7 @@
 
 #include "Model/changes/KSDifferenceEngine.h"
 #include "Model/engine/KSCriticalPath.h"
+#include "Model/formatters/KSDateFormatter.h"
 #include "Model/project/KSProject.h"
 #include "Model/project/KSScenarioPlaceholder.h"
 #include "Model/resources/KSResource.h"
@@ -16,8 +17,8 @@
 
 namespace kestrum {
 
-const char* const KSProjectDidChangeNotification = "KSProjectDidChangeNotification";
-const char* const KSProjectInvalidateNotification = "KSProjectInvalidate";
+const KSNotificationName KSProjectDidChangeNotification("KSProjectDidChangeNotification");
+const KSNotificationName KSProjectInvalidateNotification("KSProjectInvalidate");
 
 namespace {
 // The context of the scenario's change-tracking observations.
@@ -67,6 +68,12 @@ const KSClassInfo& KSScenario::staticClassInfo() {
             b.custom("currentEditingDate", KSValue::Type::Date, [](const KSScenario& s) {
                 return KSValueTraits<KSDateTime>::toValue(s.currentEditingDate());
             });
+            b.custom("unassignedTasks", KSValue::Type::Array, [](const KSScenario& s) {
+                KSArray list;
+                for (const auto& task : s.unassignedTasks())
+                    list.push_back(KSValue(task));
+                return KSValue(std::move(list));
+            });
             b.custom("milestones", KSValue::Type::Array, [](const KSScenario& s) {
                 KSArray list;
                 for (const auto& task : s.milestones())
@@ -81,7 +88,11 @@ const KSClassInfo& KSScenario::staticClassInfo() {
     return info;
 }
 
-KSScenario::KSScenario() : name_(KSLocalizedString("Actual")) {}
+KSScenario::KSScenario()
+    : name_(KSLocalizedString("Actual")),
+      sharedDateFormatter_(std::make_shared<KSDateFormatter>()) {
+    sharedDateFormatter_->setScenario(this);
+}
 
 KSScenario::~KSScenario() {
     KSNotificationCenter::defaultCenter().removeObserver(static_cast<const void*>(this));
@@ -96,6 +107,7 @@ KSScenario::~KSScenario() {
     }
     if (rootTask_ && rootTask_->scenario() == this) rootTask_->setScenario(nullptr);
     if (rootResource_ && rootResource_->scenario() == this) rootResource_->setScenario(nullptr);
+    if (sharedDateFormatter_->scenario() == this) sharedDateFormatter_->setScenario(nullptr);
 }
 
 // --- Lifecycle ----------------------------------------------------------------------------
@@ -156,6 +168,8 @@ void KSScenario::makeRoots() {
     addCriticalPath(std::make_shared<KSCriticalPath>(rootTask_));
 
     rootResource_ = std::make_shared<KSResource>();
+    // The root of the resources is a group: what it holds is what the plan has.
+    rootResource_->setResourceType(KSResourceType::group());
     rootResource_->copySchedule(*KSSchedule::standardWorkHours());
     rootResource_->setObjectId(-1);
     rootResource_->setScenario(this);
@@ -166,6 +180,7 @@ void KSScenario::invalidate() {
     flags_.isInvalid = true;
     if (rootTask_) rootTask_->setScenario(nullptr);
     if (rootResource_) rootResource_->setScenario(nullptr);
+    sharedDateFormatter_->setScenario(nullptr);
     if (taskDifferenceEngine_) taskDifferenceEngine_->setObject(nullptr);
     if (resourceDifferenceEngine_) resourceDifferenceEngine_->setObject(nullptr);
     if (metadataDifferenceEngine_) metadataDifferenceEngine_->forgetAllObjects();
@@ -216,10 +231,13 @@ const std::string& KSScenario::scenarioUUID() const {
 }
 
 void KSScenario::setScheduleGranularity(KSScheduleGranularity granularity) {
-    if (granularity == scheduleGranularity_) return;
-    willChangeValueForKey("scheduleGranularity");
-    scheduleGranularity_ = granularity;
-    didChangeValueForKey("scheduleGranularity");
+    // No action name of its own: the undo step goes under the name of its group.
+    if (!setUndoableValue<KSScenario>(scheduleGranularity_, granularity, "scheduleGranularity", "",
+                                      &KSScenario::setScheduleGranularity)) {
+        return;
+    }
+    // Every calendar of the plan rounds start and end dates by it.
+    planScheduleDidChange();
 }
 
 void KSScenario::setPrototype(std::shared_ptr<KSTask>& field, std::shared_ptr<KSTask> task) {

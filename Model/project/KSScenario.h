@@ -36,10 +36,12 @@
 #include "Model/tasks/KSTaskEnums.h"
 #include "Model/worktime/KSDateTime.h"
 #include "Model/worktime/KSScheduleGranularity.h"
+#include "Platform/core/KSNotificationName.h"
 
 namespace kestrum {
 
 class KSCriticalPath;
+class KSDateFormatter;
 class KSDifferenceEngine;
 class KSIssue;
 class KSProjectItem;
@@ -50,9 +52,9 @@ class TMDifferenceEngine;
 struct KSNotification;
 
 // Posted once per pass of the event loop after a scenario changed; object: the scenario.
-extern const char* const KSProjectDidChangeNotification;
+extern const KSNotificationName KSProjectDidChangeNotification;
 // Posted when a scenario is invalidated; object: the scenario.
-extern const char* const KSProjectInvalidateNotification;
+extern const KSNotificationName KSProjectInvalidateNotification;
 
 // "exact", "hours" or "days".
 std::string KSScheduleGranularityArchiveString(KSScheduleGranularity granularity);
@@ -84,7 +86,9 @@ public:
     // The identity; made on first read.
     const std::string& scenarioUUID() const;
     void setScenarioUUID(std::string uuid) { scenarioUUID_ = std::move(uuid); }
+    // How finely the plan's calendars place start and end dates; exact on attaching.
     KSScheduleGranularity scheduleGranularity() const { return scheduleGranularity_; }
+    // Undoable; every task's dates are worked out again in the new granularity.
     void setScheduleGranularity(KSScheduleGranularity granularity);
 
     // --- Anchor (KSScenario-Anchor.cpp) -----------------------------------------------------
@@ -140,6 +144,11 @@ public:
     // Not undoable.
     void setCurrentEditingDate(const KSDateTime& date);
 
+    // The formatter of the plan's dates, made with the scenario; its scenario is this one.
+    const std::shared_ptr<KSDateFormatter>& sharedDateFormatter() const {
+        return sharedDateFormatter_;
+    }
+
     const std::shared_ptr<KSTask>& rootTask() const { return rootTask_; }
     const std::shared_ptr<KSResource>& rootResource() const { return rootResource_; }
     KSDifferenceEngine* taskDifferenceEngine() const { return taskDifferenceEngine_.get(); }
@@ -189,8 +198,12 @@ public:
     double effort() const;
     // The plan's work calendar: the root resource's schedule.
     const std::shared_ptr<KSSchedule>& schedule() const;
-    // Replaces the plan's work calendar by a copy of `schedule`.
+    // Replaces the plan's work calendar by a copy of `schedule` (undoable); the resources'
+    // calendars inherit from the copy and every task's dates follow it.
     void copySchedule(const KSSchedule& schedule);
+    // The plan's calendar, or how it is read, changed: every task drops its scheduling and
+    // its dates, to be worked out again in the edit cycle.
+    void planScheduleDidChange();
 
     // --- New tasks and resources (KSScenario-Anchor.cpp) ------------------------------------
     // newTaskOfTypeIgnorePrototype with the prototypes heeded.
@@ -387,6 +400,7 @@ private:
     std::shared_ptr<TMDifferenceEngine> metadataDifferenceEngine_;
     KSBaseObject* nonretainedLoadingContext_ = nullptr;
     Flags flags_;
+    std::shared_ptr<KSDateFormatter> sharedDateFormatter_;
     mutable std::optional<std::vector<std::shared_ptr<KSTask>>> milestones_;
     std::vector<std::shared_ptr<KSCriticalPath>> criticalPaths_;
     std::uint32_t errorCount_ = 0;

@@ -130,13 +130,13 @@ KSDependency::List KSDependency::ghostDependenciesWithInternalStringRepresentati
         if (!prerequisite) continue;
         std::size_t s = part.find('S');
         std::size_t f = part.find('F');
-        // A part with neither letter names no kind; it is dropped like a missing task.
-        if (s == std::string::npos && f == std::string::npos) continue;
         KSDependencyKind kind;
         std::size_t leadStart;
         if (s == std::string::npos) {
+            // No "S" is finish to finish, also with no "F" at all ("12" alone). Without an
+            // "F" there is no place for a lead to follow, so such a part has none.
             kind = KSDependencyFinishToFinish;
-            leadStart = f + 2;
+            leadStart = f == std::string::npos ? part.size() : f + 2;
         } else if (f == std::string::npos) {
             kind = KSDependencyStartToStart;
             leadStart = s + 2;

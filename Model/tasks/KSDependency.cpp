@@ -3,6 +3,8 @@
 
 #include <cmath>
 
+#include "Model/formatters/KSTimeSpanFormatter.h"
+#include "Model/project/KSProject.h"
 #include "Model/project/KSScenario.h"
 #include "Model/tasks/KSTask.h"
 #include "Model/worktime/KSScheduling.h"
@@ -48,6 +50,22 @@ const KSClassInfo& KSDependency::staticClassInfo() {
                         &KSDependency::setPrerequisiteAlignedToEnd);
             b.readOnly("leadTimeString", &KSDependency::leadTimeString);
             b.readOnly("isRemoved", &KSDependency::isRemoved);
+            // The link itself, for a cell that edits lead time and percentage together; a
+            // link given to it lends its lead.
+            b.custom(
+                "leadTimeGhostDependency", KSValue::Type::Object,
+                [](const KSDependency& d) {
+                    return KSValue(
+                        std::const_pointer_cast<KSDependency>(d.sharedFromThis<KSDependency>()));
+                },
+                [](KSDependency& d, const KSValue& v) {
+                    auto other = v.asObjectOfType<KSDependency>();
+                    if (!other) return false;
+                    d.setLeadTimeGhostDependency(*other);
+                    return true;
+                });
+            // The key announced together with "leadTime" is spelled so; it reads the flag.
+            b.readOnly("leadTimeIsPercenage", &KSDependency::leadTimeIsPercentage);
         });
     return info;
 }
@@ -315,9 +333,13 @@ void KSDependency::setLeadTimeIsPercentage(bool flag) {
 std::string KSDependency::leadTimeString() const {
     if (leadTimeIsPercentage())
         return KSStringWithFormat("%+d%%", static_cast<long long>(std::lround(leadTime_ * 100.0)));
-    // The amount reads as working hours until a duration formatter names the units.
+    // The amount in the project's effort units; in plain hours outside a project.
     char sign = leadTime_ < 0.0 ? '-' : '+';
-    std::string amount = KSStringWithFormat("%gh", std::fabs(leadTime_) / 3600.0);
+    KSTask* task = nonretainedPrerequisite_ ? nonretainedPrerequisite_ : nonretainedDependent_;
+    KSProject* project = task && task->scenario() ? task->scenario()->project() : nullptr;
+    std::string amount =
+        project ? project->sharedEffortFormatter()->stringForTimeInterval(std::fabs(leadTime_))
+                : KSStringWithFormat("%gh", std::fabs(leadTime_) / 3600.0);
     return KSStringWithFormat("%c%@", static_cast<long long>(sign), amount);
 }
 

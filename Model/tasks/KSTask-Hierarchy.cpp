@@ -232,13 +232,6 @@ void KSTask::_childDidChangeStaticCost(KSTask*, double delta) {
     _internalSetStaticCost(staticCost_ + delta);
 }
 
-void KSTask::setStaticCost(double cost) {
-    if (cost == staticCost_ || KSProjectItem::isGroup()) return;
-    registerUndo<KSTask>([old = staticCost_](KSTask& t) { t.setStaticCost(old); });
-    setUndoActionName("Set Static Cost");
-    _internalSetStaticCost(cost);
-}
-
 void KSTask::_internalSetStaticCost(double cost) {
     KSTaskList children;
     _childrenTasks(children);

@@ -8,7 +8,7 @@
 namespace kestrum {
 
 namespace {
-void postStateChange(const char* name, KSTask* task) {
+void postStateChange(KSNotificationName name, KSTask* task) {
     KSNotificationCenter::defaultCenter().postNotificationName(name, task);
 }
 }  // namespace

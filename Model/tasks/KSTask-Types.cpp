@@ -76,8 +76,11 @@ void KSTask::setTaskTypeSplitTaskWithSplitChildren(KSTaskType type, bool splitTa
 
     setUndoActionName("Set Task Type");
     if (milestonesChange && owner) owner->milestonesDidChange();
+    // The walks from the ends first, while the old dates still say whom they reach; then
+    // every cache of the task, since each rule reads the type (a hammock's start limit
+    // ignores end-aligned links, a plain task's does not).
     invalidateStartDate();
-    // Every rule reads the type: all dates go (the required reaction to a type change).
+    invalidateEndDate();
     invalidateAllDates();
     didChangeValueForKey("taskType");
     taskTypeChanged();

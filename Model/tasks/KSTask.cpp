@@ -15,13 +15,15 @@
 #include "Platform/core/KSError.h"
 #include "Platform/core/KSFormat.h"
 #include "Platform/core/KSLocalization.h"
+#include "Platform/core/KSURL.h"
 #include "Platform/styles/HLStyle.h"
 
 namespace kestrum {
 
-const char* const KSTaskWillInvalidateDatesNotification = "KSTaskWillInvalidateDatesNotification";
-const char* const KSTaskStartDateStateChangeNotification = "start date state change";
-const char* const KSTaskEndDateStateChangeNotification = "end date state change";
+const KSNotificationName KSTaskWillInvalidateDatesNotification(
+    "KSTaskWillInvalidateDatesNotification");
+const KSNotificationName KSTaskStartDateStateChangeNotification("start date state change");
+const KSNotificationName KSTaskEndDateStateChangeNotification("end date state change");
 
 namespace {
 
@@ -35,20 +37,42 @@ KSValue dateValue(const KSDateTime& date) {
     return date.isNull() ? KSValue() : KSValueTraits<KSDateTime>::toValue(date);
 }
 
-// Percent-escapes everything but unreserved characters and "/", ",", ":".
-std::string percentEscaped(const std::string& text) {
-    std::string out;
-    for (unsigned char c : text) {
-        if (std::isalnum(c) || c == '-' || c == '_' || c == '.' || c == '~' || c == '/' ||
-            c == ',' || c == ':') {
-            out += static_cast<char>(c);
-        } else {
-            char buffer[4];
-            std::snprintf(buffer, sizeof buffer, "%%%02X", c);
-            out += buffer;
-        }
-    }
-    return out;
+// Date getters fill their caches, so a keyed read of a computed date calls them on a task
+// that the table holds as const.
+KSTask& mutableTask(const KSTask& task) {
+    return const_cast<KSTask&>(task);
+}
+
+// A keyed write of a date: a platform date becomes a KSDateTime, null a null date; any
+// other value is refused.
+bool setDate(KSTask& task, const KSValue& value, void (KSTask::*setter)(const KSDateTime&)) {
+    KSDateTime date;
+    if (!KSValueTraits<KSDateTime>::fromValue(value, &date)) return false;
+    (task.*setter)(date);
+    return true;
+}
+
+void computedDate(KSClassBuilder<KSTask>& b, const char* key, KSDateTime (KSTask::*getter)()) {
+    b.custom(key, KSValue::Type::Date,
+             [getter](const KSTask& t) { return dateValue((mutableTask(t).*getter)()); });
+}
+
+// A cell value: a number or null, written as the cell's setter takes it.
+void numberCell(KSClassBuilder<KSTask>& b, const char* key, KSValue (KSTask::*getter)() const,
+                void (KSTask::*setter)(const KSValue&)) {
+    b.custom(key, KSValue::Type::Null, getter, [setter](KSTask& t, const KSValue& v) {
+        (t.*setter)(v);
+        return true;
+    });
+}
+
+template <class T>
+KSValue objectList(const std::vector<std::shared_ptr<T>>& objects) {
+    KSArray list;
+    list.reserve(objects.size());
+    for (const auto& object : objects)
+        list.push_back(KSValue(object));
+    return KSValue(std::move(list));
 }
 
 }  // namespace
@@ -112,16 +136,101 @@ const KSClassInfo& KSTask::staticClassInfo() {
             b.readOnly("positionalIDString", &KSTask::positionalIDString);
             b.custom("status", KSValue::Type::Integer,
                      [](const KSTask& t) { return KSValue(static_cast<long long>(t.status())); });
-            b.custom("startLockedDate", KSValue::Type::Date,
-                     [](const KSTask& t) { return dateValue(t.startLockedDate()); });
-            b.custom("endLockedDate", KSValue::Type::Date,
-                     [](const KSTask& t) { return dateValue(t.endLockedDate()); });
-            b.custom("noEarlierThanConstraintDate", KSValue::Type::Date,
-                     [](const KSTask& t) { return dateValue(t.noEarlierThanConstraintDate()); });
-            b.custom("noLaterThanConstraintDate", KSValue::Type::Date,
-                     [](const KSTask& t) { return dateValue(t.noLaterThanConstraintDate()); });
-            b.readOnly("isStartDateLocked", &KSTask::isStartDateLocked);
-            b.readOnly("isEndDateLocked", &KSTask::isEndDateLocked);
+            // Stored dates: a platform date in and out, null for none.
+            b.attribute("startLockedDate", &KSTask::startLockedDate, &KSTask::setStartLockedDate);
+            b.attribute("endLockedDate", &KSTask::endLockedDate, &KSTask::setEndLockedDate);
+            b.attribute("noEarlierThanConstraintDate", &KSTask::noEarlierThanConstraintDate,
+                        &KSTask::setNoEarlierThanConstraintDate);
+            b.attribute("noEarlierThanConstrainedTaskEnd", &KSTask::noEarlierThanConstrainedTaskEnd,
+                        &KSTask::setNoEarlierThanConstrainedTaskEnd);
+            b.attribute("noLaterThanConstraintDate", &KSTask::noLaterThanConstraintDate,
+                        &KSTask::setNoLaterThanConstraintDate);
+            b.attribute("noLaterThanConstrainedTaskEnd", &KSTask::noLaterThanConstrainedTaskEnd,
+                        &KSTask::setNoLaterThanConstrainedTaskEnd);
+            b.attribute("resourceLeveledDate", &KSTask::resourceLeveledDate,
+                        &KSTask::setResourceLeveledDate);
+            b.attribute("startAfter", &KSTask::startAfter, &KSTask::setStartAfter);
+            b.attribute("endAfter", &KSTask::endAfter, &KSTask::setEndAfter);
+            b.attribute("startBefore", &KSTask::startBefore, &KSTask::setStartBefore);
+            b.attribute("endBefore", &KSTask::endBefore, &KSTask::setEndBefore);
+            b.attribute("isStartDateLocked", &KSTask::isStartDateLocked,
+                        &KSTask::setIsStartDateLocked);
+            b.attribute("isEndDateLocked", &KSTask::isEndDateLocked, &KSTask::setIsEndDateLocked);
+            // Computed dates are caches: reading one by key computes what was invalidated,
+            // as the getter does. The two ends also take a date, as the date setters do.
+            b.custom(
+                "startDate", KSValue::Type::Date,
+                [](const KSTask& t) { return dateValue(mutableTask(t).startDate()); },
+                [](KSTask& t, const KSValue& v) { return setDate(t, v, &KSTask::setStartDate); });
+            b.custom(
+                "endDate", KSValue::Type::Date,
+                [](const KSTask& t) { return dateValue(mutableTask(t).endDate()); },
+                [](KSTask& t, const KSValue& v) { return setDate(t, v, &KSTask::setEndDate); });
+            b.custom(
+                "uncompletedStartDate", KSValue::Type::Date,
+                [](const KSTask& t) { return dateValue(mutableTask(t).uncompletedStartDate()); },
+                [](KSTask& t, const KSValue& v) {
+                    return setDate(t, v, &KSTask::setUncompletedStartDate);
+                });
+            computedDate(b, "currentStartLimit", &KSTask::currentStartLimit);
+            computedDate(b, "currentEndLimit", &KSTask::currentEndLimit);
+            computedDate(b, "absoluteStartLimit", &KSTask::absoluteStartLimit);
+            computedDate(b, "absoluteEndLimit", &KSTask::absoluteEndLimit);
+            computedDate(b, "earliestPossibleEnd", &KSTask::earliestPossibleEnd);
+            computedDate(b, "latestPossibleStart", &KSTask::latestPossibleStart);
+            computedDate(b, "levelingStartLimit", &KSTask::levelingStartLimit);
+            computedDate(b, "levelingEndLimit", &KSTask::levelingEndLimit);
+            b.custom("freeSlack", KSValue::Type::Double,
+                     [](const KSTask& t) { return KSValue(mutableTask(t).freeSlack()); });
+            b.custom("totalSlack", KSValue::Type::Double,
+                     [](const KSTask& t) { return KSValue(mutableTask(t).totalSlack()); });
+            b.readOnly("resourceLevelingDelay", &KSTask::resourceLevelingDelay);
+            b.attribute("scheduleType", &KSTask::scheduleType, &KSTask::setScheduleType);
+            b.custom("scheduleTypeNumber", KSValue::Type::Null, &KSTask::scheduleTypeNumber,
+                     [](KSTask& t, const KSValue& v) {
+                         t.setScheduleTypeNumber(v);
+                         return true;
+                     });
+            b.attribute("resourceAssignmentType", &KSTask::resourceAssignmentType,
+                        &KSTask::setResourceAssignmentType);
+            b.attribute("isSplittableTask", &KSTask::isSplittableTask,
+                        &KSTask::setIsSplittableTask);
+            b.attribute("effortRemaining", &KSTask::effortRemaining, &KSTask::setEffortRemaining);
+            b.attribute("completedPercentage", &KSTask::completedPercentage,
+                        &KSTask::setCompletedPercentage);
+            b.attribute("fullyCompleted", &KSTask::fullyCompleted, &KSTask::setFullyCompleted);
+            b.attribute("duration", &KSTask::duration, &KSTask::setDuration);
+            numberCell(b, "effortNumber", &KSTask::effortNumber, &KSTask::setEffortNumber);
+            numberCell(b, "durationNumber", &KSTask::durationNumber, &KSTask::setDurationNumber);
+            numberCell(b, "effortDoneNumber", &KSTask::effortDoneNumber,
+                       &KSTask::setEffortDoneNumber);
+            numberCell(b, "effortRemainingNumber", &KSTask::effortRemainingNumber,
+                       &KSTask::setEffortRemainingNumber);
+            b.custom(
+                "internalPrerequisitesString", KSValue::Type::String,
+                [](const KSTask& t) {
+                    auto text = t.internalPrerequisitesString();
+                    return text ? KSValue(*text) : KSValue();
+                },
+                [](KSTask& t, const KSValue& v) {
+                    if (!v.isNull() && !v.isString()) return false;
+                    t.setInternalPrerequisitesString(
+                        v.isNull() ? std::nullopt : std::optional<std::string>(v.asString()));
+                    return true;
+                });
+            b.custom("prerequisites", KSValue::Type::Array,
+                     [](const KSTask& t) { return objectList(t.prerequisites()); });
+            b.custom("dependents", KSValue::Type::Array,
+                     [](const KSTask& t) { return objectList(t.dependents()); });
+            b.custom("issues", KSValue::Type::Array,
+                     [](const KSTask& t) { return objectList(t.issues()); });
+            b.custom("leafDescendentSet", KSValue::Type::Array, [](const KSTask& t) {
+                auto leaves = t.leafDescendentSet();
+                return leaves ? objectList(*leaves) : KSValue();
+            });
+            b.readOnly("assignmentsCost", &KSTask::assignmentsCost);
+            _registerAssignmentAttributes(b);
+            b.readOnly("totalCost", &KSTask::totalCost);
             b.dependentKeys("isStartDateLocked", {"startLockedDate"});
             b.dependentKeys("isEndDateLocked", {"endLockedDate"});
             b.dependentKeys("effortRemaining", {"effort", "effortDone"});
@@ -159,15 +268,16 @@ std::optional<std::string> KSTask::urlForTasks(const KSTaskList& tasks) {
     KSDocumentProtocol* document = project ? project->document() : nullptr;
     std::optional<std::string> fileURL = document ? document->fileURL() : std::nullopt;
     if (!fileURL || fileURL->empty()) return std::nullopt;
-    std::string path = *fileURL;
-    if (path.rfind("file://", 0) == 0) path = path.substr(7);
+    // The document's path, decoded: the whole link is escaped once below.
+    std::string path = KSPathFromFileURLString(*fileURL);
     std::string ids;
     for (const auto& task : tasks) {
         if (!task) continue;
         if (!ids.empty()) ids += ",";
         ids += std::to_string(task->objectId());
     }
-    return percentEscaped(KSStringWithFormat("kestrum://localhost%@/task/%@", path, ids));
+    return KSPercentEscapedString(KSStringWithFormat("kestrum://localhost%@/task/%@", path, ids),
+                                  "/,:");
 }
 
 // --- Type tests -------------------------------------------------------------------------------
@@ -711,21 +821,6 @@ void KSTask::countIssues(int* errors, int* warnings) const {
     *warnings = 0;
     for (const auto& issue : issues_)
         countOf(*issue, errors, warnings);
-}
-
-// --- Assignments --------------------------------------------------------------------------------
-
-void KSTask::_removeAllAssignments() {
-    if (assignments_.empty()) return;
-    auto old = assignments_;
-    registerUndo<KSTask>([old](KSTask& t) {
-        t.willChangeValueForKey("assignments");
-        t.assignments_ = old;
-        t.didChangeValueForKey("assignments");
-    });
-    willChangeValueForKey("assignments");
-    assignments_.clear();
-    didChangeValueForKey("assignments");
 }
 
 }  // namespace kestrum

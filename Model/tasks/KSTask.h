@@ -38,6 +38,7 @@
 #include "Model/project/KSProjectItem.h"
 #include "Model/tasks/KSTaskEnums.h"
 #include "Model/worktime/KSDateTime.h"
+#include "Platform/core/KSNotificationName.h"
 #include "Platform/xml/XMLArchiving.h"
 
 namespace kestrum {
@@ -49,6 +50,7 @@ class KSDependency;
 class KSDependencyLoopError;
 enum KSDependencyKind : std::int32_t;
 class KSIssue;
+class KSResource;
 class KSScheduling;
 class KSTask;
 
@@ -57,11 +59,27 @@ using KSTaskPointerSet = std::unordered_set<const KSTask*>;
 using KSDependencyList = std::vector<std::shared_ptr<KSDependency>>;
 
 // Posted before a task's cached dates are cleared; object: the task.
-extern const char* const KSTaskWillInvalidateDatesNotification;
+extern const KSNotificationName KSTaskWillInvalidateDatesNotification;
 // Posted after a start lock was set or cleared; object: the task.
-extern const char* const KSTaskStartDateStateChangeNotification;  // "start date state change"
+extern const KSNotificationName
+    KSTaskStartDateStateChangeNotification;  // "start date state change"
 // Posted after an end lock was set or cleared; object: the task.
-extern const char* const KSTaskEndDateStateChangeNotification;  // "end date state change"
+extern const KSNotificationName KSTaskEndDateStateChangeNotification;  // "end date state change"
+
+// The earned-value keys: "ev_" and the stem of the figure's operation.
+extern const char* const KSTaskEarnedValue_BCWS;  // "ev_budgetedCostOfWorkScheduled"
+extern const char* const KSTaskEarnedValue_BCWP;  // "ev_budgetedCostOfWorkPerformed"
+extern const char* const KSTaskEarnedValue_ACWP;  // "ev_actualCostOfWorkPerformed"
+extern const char* const KSTaskEarnedValue_CV;    // "ev_costVariance"
+extern const char* const KSTaskEarnedValue_SV;    // "ev_scheduleVariance"
+extern const char* const KSTaskEarnedValue_EAC;   // "ev_estimateAtCompletion"
+extern const char* const KSTaskEarnedValue_BAC;   // "ev_budgetedAtCompletion"
+extern const char* const KSTaskEarnedValue_VAC;   // "ev_varianceAtCompletion"
+extern const char* const KSTaskEarnedValue_CPI;   // "ev_costPerformanceIndex"
+extern const char* const KSTaskEarnedValue_SPI;   // "ev_schedulePerformanceIndex"
+extern const char* const KSTaskEarnedValue_CVP;   // "ev_costVariancePercent"
+extern const char* const KSTaskEarnedValue_SVP;   // "ev_scheduleVariancePercent"
+extern const char* const KSTaskEarnedValue_TCPI;  // "ev_toCompletePerformanceIndex"
 
 // The effort of a new task: eight hours, in seconds.
 inline constexpr double KSDefaultTaskEffort = 28800.0;
@@ -299,8 +317,13 @@ public:
     void _childDidChangeEstimateMinExpectedMax(KSTask* child, double minDelta, double expectedDelta,
                                                double maxDelta);
     void _childDidChangeStaticCost(KSTask* child, double delta);
-    double staticCost() const { return staticCost_; }
-    // Undoable ("Set Static Cost") on a task that is no group.
+    // A group's is its children's sum, a chunk's its share of its split task's by effort.
+    double staticCost() const;
+    // The cost of the work assigned: a group or split task sums its children's.
+    double assignmentsCost() const;
+    // staticCost plus assignmentsCost.
+    double totalCost() const { return staticCost() + assignmentsCost(); }
+    // Undoable ("Set Task Cost") on a task that is no group.
     void setStaticCost(double cost);
     void _internalSetStaticCost(double cost);
 
@@ -463,7 +486,9 @@ public:
     // The task's own conversions between its ends through its schedule.
     KSDateTime endDateForStartDate(const KSDateTime& start);
     KSDateTime startDateForEndDate(const KSDateTime& end);
-    // The work-time arithmetic of the task: its assignments', else the plan's.
+    // The work-time arithmetic of the task: its assignments', else the plan's; a split
+    // task's is its last chunk's. Made on first use and kept in a slot the task owns (a work
+    // division lives there) until invalidateSchedule or a move to another plan.
     KSScheduling* schedule() const;
     // The plan's own work time: the root resource's schedule (standard hours outside a plan).
     KSScheduling* scenarioSchedule() const;
@@ -472,6 +497,11 @@ public:
     // broken yet): where this happens, a computation's result depends on the order of
     // reads.
     static std::uint64_t _cyclicDateReads();
+    // Drops the scheduling the task answers with; the next use makes it anew.
+    void invalidateSchedule();
+    // A resource schedule that the task works by changed (or was replaced): the task drops
+    // its scheduling and all its dates.
+    void resourceScheduleDidChange();
     bool hasAbsoluteStartLimitChanged() const { return flags_.absoluteStartLimitDidChange; }
     bool hasAbsoluteEndLimitChanged() const { return flags_.absoluteEndLimitDidChange; }
     void resetAbsoluteLimitChangeFlags();
@@ -654,11 +684,70 @@ public:
     // Nothing: a plan just read is checked by topDownFindDependencyLoops.
     void initialLoadCheckDependencies() {}
 
-    // --- Assignments ----------------------------------------------------------------------
+    // --- Assignments (KSTask-Assignments.cpp) -------------------------------------------------
+    // The plain assignments, in order (specifics sit in their general assignment).
     const std::vector<std::shared_ptr<KSAssignment>>& assignments() const { return assignments_; }
     bool hasAssignments() const { return !assignments_.empty(); }
+    // The plain assignment of `resource`, searching from the last; null when none.
+    std::shared_ptr<KSAssignment> assignmentForResource(const KSResource* resource) const;
+    // The same, looking among each assignment's specifics too.
+    std::shared_ptr<KSAssignment> specificAssignmentForResource(const KSResource* resource) const;
+    // The resources at work, with each one's groups below the root and the specifics'
+    // resources, by name; a split task asks its first chunk.
+    std::vector<std::shared_ptr<KSResource>> assignedResources() const;
+    std::vector<std::shared_ptr<KSResource>> assignedSpecificResources() const {
+        return assignedResources();
+    }
+    // The text form ("Ann; Bob {50% of 100%}"); a split task's is its first chunk's.
+    std::string assignedResourcesString() const;
+    // Removes every assignment and reads the text form in (unknown names make resources).
+    void setAssignedResourcesString(const std::string& text);
+    // The units of `resource` needed here: a leaf's specific units, or for a group the sum
+    // over assignments of its descendants.
+    double totalRequirementForResource(const KSResource& resource) const;
+    // Adds the resources of this task and of every task below it.
+    void recursivelyAddAssignedResourcesToSet(std::unordered_set<KSResource*>& resources) const;
+    // Removes every assignment here (and below a group or split task), undoably.
+    void clearAssignments();
+    // The list hooks of KSAssignment; they announce "assignments" and "unassignedTasks".
+    void _addAssignment(const std::shared_ptr<KSAssignment>& assignment);
+    void _removeAssignment(const std::shared_ptr<KSAssignment>& assignment);
+    // Raises an issue for each resource asked for more units than it has.
+    void _calculateAssignmentErrors();
+    // A specific's units changed by hand: a both-fixed task splits the rest of its effort.
+    void _specificAssignmentUnitsDidChange(KSAssignment* assignment);
+    // The units at work are about to change / have changed: costs and texts are announced,
+    // a fixed-duration task keeps its duration, and the dates and issues follow.
+    void _assignmentUnitsWillChange(KSAssignment* assignment);
+    void _unitsAssignedWillChange();
+    void _assignmentUnitsDidChange();
+    // Scales the units of `assignments` so that they deliver `effort` between the dates.
+    void _splitEffortAmongAssignments(
+        double effort, const std::vector<std::shared_ptr<KSAssignment>>& assignments);
     // Removes every assignment (undoable).
     void _removeAllAssignments();
+
+    // --- Cost and earned value (KSTask-Cost.cpp) ------------------------------------------------
+    // The cost of this task's work against `baseline` (the task of the same id there) on
+    // the plan's current editing date; a number, or null where a ratio has no divisor.
+    KSValue budgetedCostOfWorkScheduledForBaseline(const KSScenario* baseline);
+    KSValue budgetedCostOfWorkPerformedForBaseline(const KSScenario* baseline);
+    KSValue actualCostOfWorkPerformedForBaseline(const KSScenario* baseline);
+    KSValue costVarianceForBaseline(const KSScenario* baseline);
+    KSValue scheduleVarianceForBaseline(const KSScenario* baseline);
+    KSValue estimateAtCompletionForBaseline(const KSScenario* baseline);
+    KSValue budgetedAtCompletionForBaseline(const KSScenario* baseline);
+    KSValue varianceAtCompletionForBaseline(const KSScenario* baseline);
+    KSValue costPerformanceIndexForBaseline(const KSScenario* baseline);
+    KSValue schedulePerformanceIndexForBaseline(const KSScenario* baseline);
+    KSValue costVariancePercentForBaseline(const KSScenario* baseline);
+    KSValue scheduleVariancePercentForBaseline(const KSScenario* baseline);
+    KSValue toCompletePerformanceIndexForBaseline(const KSScenario* baseline);
+    // The figure of an earned-value key ("ev_costVariance"); null for another key.
+    KSValue valueForEarnedValueKeyForBaseline(std::string_view key, const KSScenario* baseline);
+    // The cost of the work done by `date`: 0 before the start, all of it at the end, and
+    // in between the share of the working time.
+    double _costOfWorkToDate(const KSDateTime& date);
 
     // --- Issues -----------------------------------------------------------------------------
     // Sorted by type (errors first) on reading.
@@ -751,6 +840,10 @@ private:
     void _setResourceLevelingDelay(double delay);
     KSDateTime _startDerivedFromEnd();
     KSDateTime _emptyGroupDate();
+    // Adds the keyed attributes of assignments and costs.
+    static void _registerAssignmentAttributes(KSClassBuilder<KSTask>& builder);
+    // Fills the scheduling slot for the present plan and assignments.
+    void _makeScheduling() const;
 
     // --- Date evaluation (KSTask-Evaluation.cpp) ----------------------------------------
     // The cached dates, one bit each in the evaluation masks.
@@ -892,6 +985,10 @@ private:
     // The loop search whose marks the flags hold.
     std::uint32_t loopSearchNumber_ = 0;
     mutable std::vector<std::shared_ptr<KSIssue>> issues_;
+    // What schedule() answers, and the plan it was made in: the plan's calendar (shared
+    // with the root resource) until assignments bring work divisions, which it then owns.
+    mutable std::shared_ptr<KSScheduling> scheduling_;
+    mutable const KSScenario* schedulingScenario_ = nullptr;
 };
 
 }  // namespace kestrum

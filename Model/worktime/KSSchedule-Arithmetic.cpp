@@ -1,6 +1,7 @@
 // KSSchedule: the work-time arithmetic of KSScheduling. These are the scheduler's inner
 // loops: they walk the schedule's own enumerators, allocate nothing, and pass whole normal
 // weeks with one multiplication where no exception, irregular day or bound intervenes.
+// Each operation holds a Walk on the enumerator it resets, which catches nesting.
 #include <algorithm>
 #include <cmath>
 
@@ -24,6 +25,7 @@ KSDateTime KSSchedule::endDateForStartDateAndEffort(const KSDateTime& start, dou
     if (week == kAllHoursWeek && exceptions().empty()) return start.dateByAddingTimeInterval(e);
 
     KSScheduledDayEnumerator& days = forwardEnumerator_;
+    KSScheduledDayEnumerator::Walk walk(days);
     days.setStartDate(start);
     KSScheduledDay* day = days.nextObject();
     double remaining = day->remainingHoursAfterDate(start);
@@ -72,6 +74,7 @@ KSDateTime KSSchedule::startDateForEndDateAndEffort(const KSDateTime& end, doubl
     if (week == kAllHoursWeek && exceptions().empty()) return end.dateByAddingTimeInterval(-e);
 
     KSScheduledDayEnumerator& days = backwardEnumerator_;
+    KSScheduledDayEnumerator::Walk walk(days);
     days.setStartDate(end);
     KSScheduledDay* day = days.nextObject();
     double remaining = day->remainingHoursBeforeDate(end);
@@ -117,6 +120,7 @@ double KSSchedule::durationBetweenStartDateAndEndDate(const KSDateTime& start,
     }
 
     KSScheduledDayEnumerator& days = forwardEnumerator_;
+    KSScheduledDayEnumerator::Walk walk(days);
     days.setStartDate(start);
     double total = days.nextObject()->remainingHoursAfterDate(start);
     std::int64_t endDay = end.dayNumber();
@@ -145,6 +149,7 @@ bool KSSchedule::offBetweenStartDateAndEndDate(const KSDateTime& start, const KS
 KSDateTime KSSchedule::adjustDateForUseAsStartDate(const KSDateTime& date) {
     if (date.isNull()) return {};
     KSScheduledDayEnumerator& days = forwardEnumerator_;
+    KSScheduledDayEnumerator::Walk walk(days);
     days.setStartDate(date);
     int granularity = delegate_ ? delegate_->scheduleGranularity() : 0;
     KSDateTime adjusted =
@@ -163,6 +168,7 @@ KSDateTime KSSchedule::adjustDateForUseAsStartDate(const KSDateTime& date) {
 KSDateTime KSSchedule::adjustDateForUseAsEndDate(const KSDateTime& date) {
     if (date.isNull()) return {};
     KSScheduledDayEnumerator& days = backwardEnumerator_;
+    KSScheduledDayEnumerator::Walk walk(days);
     days.setStartDate(date);
     int granularity = delegate_ ? delegate_->scheduleGranularity() : 0;
     KSDateTime adjusted =
@@ -179,6 +185,7 @@ KSDateTime KSSchedule::adjustDateForUseAsEndDate(const KSDateTime& date) {
 
 KSDateTime KSSchedule::adjustDateToEndOfDay(const KSDateTime& date) {
     if (date.isNull()) return {};
+    KSScheduledDayEnumerator::Walk walk(backwardEnumerator_);
     backwardEnumerator_.setStartDate(date);
     return backwardEnumerator_.nextObject()->adjustDateToEndOfSchedule(date);
 }

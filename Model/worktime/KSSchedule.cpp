@@ -1,5 +1,9 @@
 #include "Model/worktime/KSSchedule.h"
 
+#include "Model/resources/KSAssignment.h"
+#include "Model/resources/KSResource.h"
+#include "Model/tasks/KSTask.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -12,12 +16,9 @@
 
 namespace kestrum {
 
-const char* const KSScheduleDidChangeNotification = "ScheduleDidChangeNotification";
+const KSNotificationName KSScheduleDidChangeNotification("ScheduleDidChangeNotification");
 
 namespace {
-
-constexpr const char* kOvertimeCalendarName = "Overtime";
-constexpr const char* kTimeOffCalendarName = "Time Off";
 
 auto dayNumberLess = [](const std::shared_ptr<KSScheduledDay>& day, std::int64_t n) {
     return day->dayNumber() < n;
@@ -199,9 +200,9 @@ std::shared_ptr<KSCalendar> KSSchedule::calendarNamed(std::string_view name) con
 }
 
 std::shared_ptr<KSCalendar> KSSchedule::overtimeCalendar() {
-    if (auto calendar = calendarNamed(kOvertimeCalendarName)) return calendar;
+    if (auto calendar = calendarNamed(KSOvertimeCalendarName)) return calendar;
     auto calendar = KSCalendar::calendarWithSchedule(this);
-    calendar->setName(kOvertimeCalendarName);
+    calendar->setName(KSOvertimeCalendarName);
     calendar->setEditable(true);
     calendar->setOvertime(true);
     calendars_.push_back(calendar);
@@ -209,9 +210,9 @@ std::shared_ptr<KSCalendar> KSSchedule::overtimeCalendar() {
 }
 
 std::shared_ptr<KSCalendar> KSSchedule::timeOffCalendar() {
-    if (auto calendar = calendarNamed(kTimeOffCalendarName)) return calendar;
+    if (auto calendar = calendarNamed(KSTimeOffCalendarName)) return calendar;
     auto calendar = KSCalendar::calendarWithSchedule(this);
-    calendar->setName(kTimeOffCalendarName);
+    calendar->setName(KSTimeOffCalendarName);
     calendar->setEditable(true);
     calendar->setOvertime(false);
     calendars_.push_back(calendar);
@@ -220,20 +221,31 @@ std::shared_ptr<KSCalendar> KSSchedule::timeOffCalendar() {
 
 void KSSchedule::addCalendar(const std::shared_ptr<KSCalendar>& calendar) {
     if (!calendar) return;
-    calendarsDidChange_ = true;
-    calendar->setSchedule(this);
-    if (calendar->isEditable()) {
-        calendars_.push_back(calendar);
-    } else {
-        calendars_.insert(calendars_.begin(), calendar);
-    }
+    _insertCalendarAtIndex(calendar, calendar->isEditable() ? calendars_.size() : 0);
 }
 
-void KSSchedule::removeCalendar(const std::shared_ptr<KSCalendar>& calendar) {
+void KSSchedule::_insertCalendarAtIndex(const std::shared_ptr<KSCalendar>& given,
+                                        std::size_t index) {
+    // Held here: the argument may be an element of the list that is about to change.
+    const std::shared_ptr<KSCalendar> calendar = given;
+    calendarsDidChange_ = true;
+    if (std::find(calendars_.begin(), calendars_.end(), calendar) != calendars_.end()) return;
+    registerUndo([calendar](KSSchedule& s) { s.removeCalendar(calendar); });
+    calendar->setSchedule(this);
+    index = std::min(index, calendars_.size());
+    calendars_.insert(calendars_.begin() + static_cast<std::ptrdiff_t>(index), calendar);
+}
+
+void KSSchedule::removeCalendar(const std::shared_ptr<KSCalendar>& given) {
+    const std::shared_ptr<KSCalendar> calendar = given;
     calendarsDidChange_ = true;
     auto it = std::find(calendars_.begin(), calendars_.end(), calendar);
     if (it == calendars_.end()) return;
+    // Undo puts it back in its place: the order of calendars decides overlapping events.
+    std::size_t index = static_cast<std::size_t>(it - calendars_.begin());
+    registerUndo([calendar, index](KSSchedule& s) { s._insertCalendarAtIndex(calendar, index); });
     calendars_.erase(it);
+    if (calendar->schedule() == this) calendar->setSchedule(nullptr);
 }
 
 void KSSchedule::calendarDidChange(KSCalendar*) {
@@ -486,8 +498,18 @@ void KSSchedule::removeExceptionalScheduleForDate(const KSDateTime& date) {
     removeExceptionalScheduleForDay(*place);
 }
 
+std::vector<std::shared_ptr<KSScheduledDay>>::iterator KSSchedule::_placeOfException(
+    const KSScheduledDay* day) {
+    // By day number: applying a calendar reports each of thousands of days.
+    auto place =
+        std::lower_bound(exceptions_.begin(), exceptions_.end(), day->dayNumber(), dayNumberLess);
+    if (place != exceptions_.end() && place->get() == day) return place;
+    return exceptions_.end();
+}
+
 void KSSchedule::removeExceptionalScheduleForDay(const std::shared_ptr<KSScheduledDay>& day) {
-    auto it = std::find(exceptions_.begin(), exceptions_.end(), day);
+    if (!day) return;
+    auto it = _placeOfException(day.get());
     if (it == exceptions_.end()) return;
     std::shared_ptr<KSScheduledDay> removed = *it;
     exceptions_.erase(it);
@@ -510,18 +532,34 @@ void KSSchedule::scheduleDidChangeForDay(KSScheduledDay* day) {
         calendarsDidChange_ = true;
         return;
     }
-    for (const auto& exception : exceptions_) {
-        if (exception.get() != day) continue;
-        if (day->isEqualToScheduledDay(*dayStandingInPlaceOf(day->date()))) {
-            removeExceptionalScheduleForDay(exception);
-        }
-        return;
+    auto exception = _placeOfException(day);
+    if (exception == exceptions_.end()) return;
+    if (day->isEqualToScheduledDay(*dayStandingInPlaceOf(day->date()))) {
+        removeExceptionalScheduleForDay(std::shared_ptr<KSScheduledDay>(*exception));
     }
 }
 
-void KSSchedule::setAssignmentTimeSpentForTask(KSTask&) {
-    // Filled in with tasks and assignments: the effort divided by each assigned resource's
-    // efficiency, 0 for material resources and group assignments.
+void KSSchedule::setAssignmentTimeSpentForTask(KSTask& task) {
+    // Each resource spends the effort divided by its efficiency; materials and idle
+    // resources spend none, and a group's time is its specifics'.
+    double effort = task.effort();
+    for (const auto& assignment : task.assignments()) {
+        KSResource* resource = assignment->resource();
+        if (!resource || resource->isMaterial() || !(resource->efficiency() > 0.0)) {
+            assignment->setTimeSpent(0.0);
+            continue;
+        }
+        if (assignment->specificAssignments()) {
+            assignment->setTimeSpent(0.0);
+            for (const auto& specific : *assignment->specificAssignments()) {
+                KSResource* member = specific->resource();
+                double efficiency = member ? member->efficiency() : 0.0;
+                specific->setTimeSpent(efficiency > 0.0 ? effort / efficiency : 0.0);
+            }
+            continue;
+        }
+        assignment->setTimeSpent(effort / resource->efficiency());
+    }
 }
 
 }  // namespace kestrum

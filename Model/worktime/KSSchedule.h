@@ -9,7 +9,9 @@
 // It answers the engine's work-time questions (KSScheduling): the end date of an effort,
 // its start date for an end, the work between two dates, where work may start or end.
 // These walk the days with the schedule's own two enumerators and skip whole normal weeks
-// at once, so they allocate nothing and must not nest on one schedule.
+// at once, so they allocate nothing and must not nest on one schedule in one direction
+// (an assertion fails if they do). The delegate (the owning resource) gives the plan's
+// granularity, which the start and end adjustments round by.
 //
 // Every change is bracketed by beginScheduleChanges / finishedScheduleChanges, which tell
 // the delegate and the inheriting schedules, remake the exceptions from the calendars when
@@ -27,6 +29,7 @@
 #include "Model/worktime/KSScheduledDay.h"
 #include "Model/worktime/KSScheduledDayEnumerator.h"
 #include "Model/worktime/KSScheduling.h"
+#include "Platform/core/KSNotificationName.h"
 #include "Platform/xml/BKObject.h"
 
 namespace kestrum {
@@ -36,7 +39,7 @@ class KSScheduleDelegate;
 class KSUndoManager;
 
 // Posted with the schedule as object after every bracketed change.
-extern const char* const KSScheduleDidChangeNotification;  // "ScheduleDidChangeNotification"
+extern const KSNotificationName KSScheduleDidChangeNotification;  // "ScheduleDidChangeNotification"
 
 class KSSchedule : public BKObject, public KSScheduling {
     KS_DECLARE_CLASS()
@@ -91,7 +94,9 @@ public:
     std::shared_ptr<KSCalendar> timeOffCalendar();
     // By exact name, or null.
     std::shared_ptr<KSCalendar> calendarNamed(std::string_view name) const;
-    // A non-editable calendar goes to the front, an editable one to the end.
+    // A non-editable calendar goes to the front, an editable one to the end. Adding and
+    // removing record undo (removal puts the calendar back in its place); like every
+    // change they take effect at finishedScheduleChanges.
     void addCalendar(const std::shared_ptr<KSCalendar>& calendar);
     void removeCalendar(const std::shared_ptr<KSCalendar>& calendar);
     // Marks the exceptions for remaking, whatever the calendar.
@@ -197,6 +202,10 @@ private:
     template <class F>
     void registerUndo(F&& action);
     void _setCustomScheduleForDayOfTheWeek(int weekday, std::shared_ptr<KSScheduledDay> day);
+    void _insertCalendarAtIndex(const std::shared_ptr<KSCalendar>& calendar, std::size_t index);
+    // Where `day` stands in the local exceptions, or their end.
+    std::vector<std::shared_ptr<KSScheduledDay>>::iterator _placeOfException(
+        const KSScheduledDay* day);
     std::shared_ptr<KSScheduledDay> dayStandingInPlaceOf(const KSDateTime& date) const;
     void dropCaches();
     void addTimeOffEvent(std::int64_t dayNumber, double from, double to);

@@ -5,6 +5,7 @@
 #include "Model/worktime/KSSchedule.h"
 #include "Model/worktime/KSScheduledDay.h"
 #include "Model/worktime/KSWeirdScheduledDay.h"
+#include "Platform/core/KSAssert.h"
 
 namespace kestrum {
 
@@ -12,6 +13,13 @@ KSScheduledDayEnumerator::KSScheduledDayEnumerator(KSSchedule* schedule, bool ba
     : nonretainedSchedule_(schedule), backwards_(backwards) {}
 
 KSScheduledDayEnumerator::~KSScheduledDayEnumerator() = default;
+
+void KSScheduledDayEnumerator::failNestedWalk() const {
+    KS_FAIL(
+        "schedule operations must not nest: a second one would reset the %@ walk of the "
+        "first",
+        backwards_ ? "backward" : "forward");
+}
 
 bool KSScheduledDayEnumerator::haveMoreScheduledDaysInEnumerators(
     std::span<const KSScheduledDayEnumerator* const> enumerators) {

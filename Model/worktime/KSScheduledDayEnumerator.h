@@ -8,6 +8,10 @@
 //
 // The days it answers are owned by the schedule (or, for an irregular day, by the
 // enumerator itself until the next step): use them before moving on.
+//
+// A schedule operation holds a Walk on the enumerator it uses, so that an operation
+// started on the same schedule and direction before the first one ends (which would reset
+// the walk under it) fails an assertion instead of answering wrong dates.
 #pragma once
 
 #include <cstdint>
@@ -30,6 +34,21 @@ public:
     ~KSScheduledDayEnumerator();
     KSScheduledDayEnumerator(const KSScheduledDayEnumerator&) = delete;
     KSScheduledDayEnumerator& operator=(const KSScheduledDayEnumerator&) = delete;
+
+    // Claims the enumerator for one operation of its schedule, for the guard's lifetime.
+    class Walk {
+    public:
+        explicit Walk(KSScheduledDayEnumerator& days) : days_(days) {
+            if (days.walking_) days.failNestedWalk();
+            days.walking_ = true;
+        }
+        ~Walk() { days_.walking_ = false; }
+        Walk(const Walk&) = delete;
+        Walk& operator=(const Walk&) = delete;
+
+    private:
+        KSScheduledDayEnumerator& days_;
+    };
 
     // Whether any of the enumerators has more days.
     static bool haveMoreScheduledDaysInEnumerators(
@@ -59,6 +78,8 @@ public:
 
 private:
     void bringUpToDate();
+    // Fails the assertion that operations on one schedule do not nest.
+    [[noreturn]] void failNestedWalk() const;
 
     KSSchedule* nonretainedSchedule_;
     std::size_t nextExceptionIndex_ = 0;
@@ -70,6 +91,8 @@ private:
     std::optional<KSWeirdDay> nextWeirdDay_;
     bool backwards_;
     bool normalWeekIsEmpty_ = false;
+    // Set while an operation of the schedule walks this enumerator.
+    bool walking_ = false;
     // Refilled for each irregular day the walk meets.
     std::shared_ptr<KSWeirdScheduledDay> weirdDay_;
 };

@@ -8,19 +8,21 @@
 
 namespace kestrum {
 
-const char* const KSUndoManagerDidOpenUndoGroupNotification =
-    "KSUndoManagerDidOpenUndoGroupNotification";
-const char* const KSUndoManagerWillCloseUndoGroupNotification =
-    "KSUndoManagerWillCloseUndoGroupNotification";
-const char* const KSUndoManagerDidCloseUndoGroupNotification =
-    "KSUndoManagerDidCloseUndoGroupNotification";
-const char* const KSUndoManagerCheckpointNotification = "KSUndoManagerCheckpointNotification";
-const char* const KSUndoManagerWillUndoChangeNotification =
-    "KSUndoManagerWillUndoChangeNotification";
-const char* const KSUndoManagerDidUndoChangeNotification = "KSUndoManagerDidUndoChangeNotification";
-const char* const KSUndoManagerWillRedoChangeNotification =
-    "KSUndoManagerWillRedoChangeNotification";
-const char* const KSUndoManagerDidRedoChangeNotification = "KSUndoManagerDidRedoChangeNotification";
+const KSNotificationName KSUndoManagerDidOpenUndoGroupNotification(
+    "KSUndoManagerDidOpenUndoGroupNotification");
+const KSNotificationName KSUndoManagerWillCloseUndoGroupNotification(
+    "KSUndoManagerWillCloseUndoGroupNotification");
+const KSNotificationName KSUndoManagerDidCloseUndoGroupNotification(
+    "KSUndoManagerDidCloseUndoGroupNotification");
+const KSNotificationName KSUndoManagerCheckpointNotification("KSUndoManagerCheckpointNotification");
+const KSNotificationName KSUndoManagerWillUndoChangeNotification(
+    "KSUndoManagerWillUndoChangeNotification");
+const KSNotificationName KSUndoManagerDidUndoChangeNotification(
+    "KSUndoManagerDidUndoChangeNotification");
+const KSNotificationName KSUndoManagerWillRedoChangeNotification(
+    "KSUndoManagerWillRedoChangeNotification");
+const KSNotificationName KSUndoManagerDidRedoChangeNotification(
+    "KSUndoManagerDidRedoChangeNotification");
 
 const KSClassInfo& KSUndoManager::staticClassInfo() {
     static const KSClassInfo info = KSClassInfo::make<KSUndoManager>(
@@ -66,7 +68,7 @@ KSUndoManager::~KSUndoManager() {
     if (KSRunLoop::currentIfAlive() == loop_) loop_->removeEndOfPassObserver(endOfPassToken_);
 }
 
-void KSUndoManager::post(const char* name) {
+void KSUndoManager::post(KSNotificationName name) {
     KSNotificationCenter::defaultCenter().postNotificationName(name, this);
 }
 

@@ -28,19 +28,20 @@
 #include <vector>
 
 #include "Platform/core/KSBaseObject.h"
+#include "Platform/core/KSNotificationName.h"
 
 namespace kestrum {
 
 class KSRunLoop;
 
-extern const char* const KSUndoManagerDidOpenUndoGroupNotification;
-extern const char* const KSUndoManagerWillCloseUndoGroupNotification;
-extern const char* const KSUndoManagerCheckpointNotification;
-extern const char* const KSUndoManagerWillUndoChangeNotification;
-extern const char* const KSUndoManagerDidUndoChangeNotification;
-extern const char* const KSUndoManagerWillRedoChangeNotification;
-extern const char* const KSUndoManagerDidRedoChangeNotification;
-extern const char* const KSUndoManagerDidCloseUndoGroupNotification;
+extern const KSNotificationName KSUndoManagerDidOpenUndoGroupNotification;
+extern const KSNotificationName KSUndoManagerWillCloseUndoGroupNotification;
+extern const KSNotificationName KSUndoManagerCheckpointNotification;
+extern const KSNotificationName KSUndoManagerWillUndoChangeNotification;
+extern const KSNotificationName KSUndoManagerDidUndoChangeNotification;
+extern const KSNotificationName KSUndoManagerWillRedoChangeNotification;
+extern const KSNotificationName KSUndoManagerDidRedoChangeNotification;
+extern const KSNotificationName KSUndoManagerDidCloseUndoGroupNotification;
 
 class KSUndoManager : public KSBaseObject {
     KS_DECLARE_CLASS()
@@ -129,7 +130,7 @@ private:
     void replayGroup(const Group& group, State state);
     void closeGroupAtEndOfPass();
     void trimUndoStack();
-    void post(const char* name);
+    void post(KSNotificationName name);
     static void logNullTarget();
 
     std::vector<std::unique_ptr<Group>> undoStack_;

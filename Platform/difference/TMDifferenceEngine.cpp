@@ -33,12 +33,34 @@ void TMDifferenceEngine::record(EventKind kind, TMObject& object) {
 }
 
 void TMDifferenceEngine::objectDidInsert(TMObject& object) {
+    _giveIdentity(object);
     // Registered even while loading: a file's objects are found by id afterwards.
     if (!object.weak_from_this().expired()) {
         objects_[object.objectId()] = object.sharedFromThis<TMObject>();
     }
     deletedObjectIds_.erase(object.objectId());
     record(EventKind::Insert, object);
+}
+
+void TMDifferenceEngine::_giveIdentity(TMObject& object) {
+    TMObjectId id = object.objectId();
+    // Negative ids are fixed by their owners (roots -1, prototypes below).
+    if (id < 0) return;
+    if (id > 0) {
+        // An object coming back (undo of a deletion, a file read) keeps its id, unless
+        // another object that is still alive holds that id: then it is a copy.
+        auto it = objects_.find(id);
+        std::shared_ptr<TMObject> holder = it == objects_.end() ? nullptr : it->second.lock();
+        if (!holder || holder.get() == &object) {
+            if (id >= nextObjectId()) setNextObjectId(id + 1);
+            return;
+        }
+    }
+    // Id 0 means "none yet". A counter that was never set (a project file without one
+    // answers 0) hands out 1 first, so that 0 is never a real id.
+    TMObjectId next = std::max<TMObjectId>(nextObjectId(), 1);
+    object.setObjectId(next);
+    setNextObjectId(next + 1);
 }
 
 void TMDifferenceEngine::objectWillChange(TMObject& object) {

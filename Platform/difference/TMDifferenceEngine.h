@@ -68,6 +68,9 @@ public:
     void setIsLoading(bool flag) { isLoading_ = flag; }
 
     // --- What objects tell the engine -------------------------------------------------
+    // Registers the object under its id. An object without one (id 0), or one whose id
+    // another live object holds (a copy), first gets the next id from the counter; an
+    // object coming back keeps its id, and the counter moves past any id it sees.
     virtual void objectDidInsert(TMObject& object);
     virtual void objectWillChange(TMObject& object);
     virtual void objectDidChange(TMObject& object);
@@ -97,6 +100,7 @@ public:
 
 private:
     void record(EventKind kind, TMObject& object);
+    void _giveIdentity(TMObject& object);
 
     bool supportForWillChange_;
     bool isLoading_ = false;

@@ -16,9 +16,12 @@ struct ToolRun {
     int exitCode = -1;
 };
 
-ToolRun runTool(const std::string& arguments) {
+// Runs the tool and collects its standard output, or with `errorOutput` its standard
+// error instead.
+ToolRun runTool(const std::string& arguments, bool errorOutput = false) {
     ToolRun run;
-    std::string command = std::string(KESTRUM_TOOL_PATH) + " " + arguments + " 2>/dev/null";
+    std::string command = std::string(KESTRUM_TOOL_PATH) + " " + arguments +
+                          (errorOutput ? " 2>&1 1>/dev/null" : " 2>/dev/null");
     FILE* pipe = popen(command.c_str(), "r");
     if (!pipe) return run;
     char buffer[4096];
@@ -74,20 +77,65 @@ TEST(DemoCommandTest, JSONHoldsEveryTaskWithItsDatesAndSlack) {
     EXPECT_EQ(byOutline["3"]["kind"], "group");
 }
 
+// Ann costs 60 an hour, Ben 50 an hour at efficiency 0.8 (so 16 hours of work take him 20),
+// the build server 200 a use and 5 an hour, a launch kit 12.50.
+TEST(DemoCommandTest, JSONHoldsWhoWorksOnEachTaskAndWhatItCosts) {
+    ToolRun run = runTool("demo --json");
+    ASSERT_EQ(run.exitCode, 0);
+    nlohmann::json plan = nlohmann::json::parse(run.output);
+    std::map<std::string, nlohmann::json> byTitle;
+    for (const auto& task : plan["tasks"])
+        byTitle[task["title"].get<std::string>()] = task;
+    struct Expected {
+        const char* title;
+        const char* resources;
+        double cost;
+    };
+    const Expected expected[] = {
+        {"Requirements", "Ann", 16 * 60.0},
+        {"Architecture", "Ann; Ben {50% of 100%}", 24 * 60.0 + 30 * 50.0},
+        {"Backend", "Ben; Build server {25% of 100%}", 50 * 50.0 + 0.25 * 200 + 40 * 5.0},
+        // A group's work costs what its members' specific assignments cost.
+        {"Integration", "Developers [Ann; Ben]; Build server", 16 * 60.0 + 20 * 50.0 + 200 + 80},
+        {"Launch", "Launch kits {200}", 200 * 12.5},
+        {"Design", "", 16 * 60.0 + 24 * 60.0 + 30 * 50.0},
+    };
+    for (const Expected& e : expected) {
+        SCOPED_TRACE(e.title);
+        EXPECT_EQ(byTitle[e.title]["resources"], e.resources);
+        EXPECT_DOUBLE_EQ(byTitle[e.title]["cost"].get<double>(), e.cost);
+    }
+    EXPECT_DOUBLE_EQ(plan["cost"].get<double>(), 18530.0);
+}
+
 TEST(DemoCommandTest, TheTableListsTheTasksInOutlineOrder) {
     ToolRun run = runTool("demo");
     ASSERT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.output.rfind("#    Task", 0), 0u);
     EXPECT_NE(run.output.find("2.2    Frontend       2024-06-11T08:00:00  2024-06-14T17:00:00  0h"),
               std::string::npos);
-    EXPECT_NE(run.output.find("Plan: 2024-06-03T08:00:00 - 2024-06-25T17:00:00"),
+    EXPECT_NE(run.output.find("Plan: 2024-06-03T08:00:00 - 2024-06-25T17:00:00, cost"),
               std::string::npos);
+    // Costs in US dollars and the assignment text close each line.
+    EXPECT_NE(run.output.find("Launch kits {200}"), std::string::npos);
+    EXPECT_NE(run.output.find("Cost"), std::string::npos);
+    EXPECT_NE(run.output.find("$"), std::string::npos);
 }
 
 TEST(DemoCommandTest, BadArgumentsAreAUsageError) {
     EXPECT_EQ(runTool("demo --bogus").exitCode, 2);
     EXPECT_EQ(runTool("no-such-command").exitCode, 2);
     EXPECT_EQ(runTool("--version").exitCode, 0);
+}
+
+TEST(DemoCommandTest, NoSubcommandPrintsTheUsageToStandardErrorAndFails) {
+    ToolRun out = runTool("");
+    EXPECT_EQ(out.exitCode, 2);
+    EXPECT_EQ(out.output, "");
+    ToolRun err = runTool("", true);
+    EXPECT_EQ(err.exitCode, 2);
+    EXPECT_NE(err.output.find("Usage"), std::string::npos) << err.output;
+    EXPECT_NE(err.output.find("demo"), std::string::npos) << err.output;
 }
 
 }  // namespace

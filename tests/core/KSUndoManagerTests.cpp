@@ -40,13 +40,13 @@ protected:
     void SetUp() override {
         // Drain what earlier tests may have left on this thread's loop.
         KSRunLoop::current().runUntilIdle();
-        for (const char* name :
+        for (KSNotificationName name :
              {KSUndoManagerDidOpenUndoGroupNotification,
               KSUndoManagerWillCloseUndoGroupNotification, KSUndoManagerWillUndoChangeNotification,
               KSUndoManagerDidUndoChangeNotification, KSUndoManagerWillRedoChangeNotification,
               KSUndoManagerDidRedoChangeNotification}) {
             KSNotificationCenter::defaultCenter().addObserver(
-                this, name, undo.get(), [this](const KSNotification& n) { record(n.name); });
+                this, name, undo.get(), [this](const KSNotification& n) { record(n.name.str()); });
         }
     }
     void TearDown() override { KSNotificationCenter::defaultCenter().removeObserver(this); }

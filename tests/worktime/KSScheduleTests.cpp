@@ -2,6 +2,8 @@
 // weeks, exceptions from calendars, bounds and spill-over, and change bracketing.
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "Model/worktime/KSCalendar.h"
 #include "Model/worktime/KSCalendarEvent.h"
 #include "Platform/core/KSNotificationCenter.h"
@@ -402,6 +404,64 @@ TEST(KSScheduledDayEnumerator, WalksExceptionsInBothDirections) {
     EXPECT_EQ(total, 28800.0 * 7);
     const KSScheduledDayEnumerator* both[] = {&forward, &backward};
     EXPECT_TRUE(KSScheduledDayEnumerator::haveMoreScheduledDaysInEnumerators(both));
+}
+
+TEST(KSSchedule, CopiesShareTheDelegateButNeitherBoundsNorInheritance) {
+    TestScheduleDelegate delegate;
+    auto parent = KSSchedule::schedule();
+    auto schedule = KSSchedule::schedule();
+    schedule->setDelegate(&delegate);
+    schedule->setInheritedSchedule(parent);
+    schedule->setStartOfSchedule(on(kMonday, 0));
+    const int changes = delegate.didChangeCount;
+    auto copy = schedule->copy();
+    // Making the copy tells no one; changing it tells the shared delegate.
+    EXPECT_EQ(delegate.didChangeCount, changes);
+    EXPECT_EQ(copy->delegate(), &delegate);
+    EXPECT_TRUE(copy->isTopLevelSchedule());
+    EXPECT_TRUE(copy->startOfSchedule().isNull());
+    copy->setStandardHoursString("-;32400,61200;-;-;-;-;-");
+    EXPECT_EQ(delegate.didChangeCount, changes + 1);
+    EXPECT_EQ(schedule->standardHoursString(), "-;-;-;-;-;-;-");
+}
+
+// A delegate that asks its schedule something (once) while the schedule is asking it for
+// the granularity.
+class ReenteringDelegate : public TestScheduleDelegate {
+public:
+    int scheduleGranularity() override {
+        if (!inside && reenter) {
+            inside = true;
+            reenter();
+            inside = false;
+        }
+        return 0;
+    }
+    std::function<void()> reenter;
+    bool inside = false;
+};
+
+TEST(KSScheduleDeathTest, OperationsMustNotNestOnOneSchedule) {
+    auto schedule = KSSchedule::schedule();
+    ReenteringDelegate delegate;
+    schedule->setDelegate(&delegate);
+    const auto forward = [&] {
+        schedule->durationBetweenStartDateAndEndDate(on(kMonday, 9), on(kMonday + 3, 9));
+    };
+    const auto backward = [&] { schedule->adjustDateToEndOfDay(on(kMonday, 9)); };
+
+    delegate.reenter = forward;
+    EXPECT_DEATH(schedule->adjustDateForUseAsStartDate(on(kMonday, 10)),
+                 "KSScheduledDayEnumerator\\.cpp.*must not nest.*forward walk");
+    delegate.reenter = backward;
+    EXPECT_DEATH(schedule->adjustDateForUseAsEndDate(on(kMonday, 10)),
+                 "must not nest.*backward walk");
+    // A walk in the other direction inside one is allowed: each direction has its own
+    // enumerator.
+    EXPECT_TRUE(
+        sameDate(schedule->adjustDateForUseAsStartDate(on(kMonday, 12.5)), on(kMonday, 13)));
+    delegate.reenter = forward;
+    EXPECT_TRUE(sameDate(schedule->adjustDateForUseAsEndDate(on(kMonday, 12.5)), on(kMonday, 12)));
 }
 
 }  // namespace
