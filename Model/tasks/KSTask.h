@@ -497,6 +497,15 @@ public:
     // broken yet): where this happens, a computation's result depends on the order of
     // reads.
     static std::uint64_t _cyclicDateReads();
+    // Debug builds (or KESTRUM_CHECK_DATE_READS): how many times, on this thread, a date
+    // computed from the evaluation's work list read a date it had not listed
+    // (`_pushDateDependencies` drifted from the rules); always 0 when the check is off.
+    static std::uint64_t _uncachedWorkListReads();
+    // For tests, on this thread: how deep reads recurse before the work list takes over
+    // (1: every date a rule reads goes through the work list; negative: the usual depth).
+    static void _setMaximumDirectReadDepth(int depth);
+    // The latest such read, as "<date> of \"<task>\" (read by <date> of \"<task>\")".
+    static std::string _lastUncachedWorkListRead();
     // Drops the scheduling the task answers with; the next use makes it anew.
     void invalidateSchedule();
     // A resource schedule that the task works by changed (or was replaced): the task drops
@@ -862,6 +871,8 @@ private:
         LevelingEnd,
     };
     struct DateNode;
+    // Counts a read the work list did not prepare (with the date read check on).
+    void _noteUncachedWorkListRead(DateQuantity quantity);
     bool _hasCachedDate(DateQuantity quantity, KSCriticalPath* path) const;
     KSDateTime _cachedDate(DateQuantity quantity, KSCriticalPath* path) const;
     void _storeDate(DateQuantity quantity, KSCriticalPath* path, const KSDateTime& date);
