@@ -8,11 +8,15 @@
 //
 // Options: --first N (first seed), --seeds N (how many; default: until the time is up),
 // --seconds S / --minutes M (time budget), --seed N (just that one), --edits N (per seed,
-// default 30), --tasks MIN MAX (plan size, default 4 14), --verbose, --shrink (a failing
-// seed is shrunk to the steps it needs, see shrinkDateCacheCase), --steps 100,1000004
-// (only these steps, as a shrunk report lists them), --no-hammocks (plans without
-// hammocks, where no rule may read a date it is computing). Under
-// KESTRUM_BENCH_SMOKE=1 it runs 20 seeds. The exit status is 1 when a seed failed.
+// default 30), --tasks MIN MAX (plan size, default 4 14), --verbose, --failures N (stop after N
+// failing seeds, default 10), --shrink (a failing seed is shrunk to the steps it needs, see
+// shrinkDateCacheCase), --steps 100,1000004 (only these steps, as a shrunk report lists them),
+// --no-hammocks (plans without hammocks, where no rule may read a date it is computing). Under
+// KESTRUM_BENCH_SMOKE=1 it runs 20 seeds. The exit status is 1 when a seed failed, 3
+// when a seed did not finish within --hang S seconds (default 30: its edit cycle never
+// settled); that seed is printed, to be replayed with KESTRUM_RANDOM_PLAN_TRACE=1.
+#include <unistd.h>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -20,6 +24,7 @@
 #include <cstring>
 #include <set>
 #include <string>
+#include <thread>
 
 #include "support/RandomPlan.h"
 
@@ -35,8 +40,39 @@ struct Options {
     bool verbose = false;
     bool shrink = false;
     bool hammocks = true;
+    bool throughWorkList = false;
+    double hang = 30.0;
+    int maximumFailures = 10;
     std::set<std::uint64_t> steps;
 };
+
+// The seed being run, for the watchdog; and how many seeds have finished.
+std::atomic<std::uint64_t> gCurrentSeed{0};
+std::atomic<long long> gFinishedSeeds{0};
+
+// Ends the program when one seed runs longer than `seconds`: an edit cycle that never
+// settles would otherwise hold the long run for ever.
+void watch(double seconds) {
+    std::thread([seconds] {
+        long long seen = -1;
+        auto since = std::chrono::steady_clock::now();
+        for (;;) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(500));
+            const long long finished = gFinishedSeeds.load();
+            const auto now = std::chrono::steady_clock::now();
+            if (finished != seen) {
+                seen = finished;
+                since = now;
+            } else if (std::chrono::duration<double>(now - since).count() > seconds) {
+                std::printf("HUNG seed %llu: no end after %.0f s (%lld seeds finished)\n",
+                            static_cast<unsigned long long>(gCurrentSeed.load()), seconds,
+                            finished);
+                std::fflush(stdout);
+                _exit(3);
+            }
+        }
+    }).detach();
+}
 
 bool parse(int argc, char** argv, Options& options) {
     for (int i = 1; i < argc; ++i) {
@@ -68,6 +104,12 @@ bool parse(int argc, char** argv, Options& options) {
             options.verbose = true;
         } else if (arg == "--shrink") {
             options.shrink = true;
+        } else if (arg == "--failures" && value(&number)) {
+            options.maximumFailures = static_cast<int>(number);
+        } else if (arg == "--hang" && value(&number)) {
+            options.hang = number;
+        } else if (arg == "--work-list") {
+            options.throughWorkList = true;
         } else if (arg == "--no-hammocks") {
             options.hammocks = false;
         } else if (arg == "--steps" && i + 1 < argc) {
@@ -93,16 +135,18 @@ bool parse(int argc, char** argv, Options& options) {
 int main(int argc, char** argv) {
     Options options;
     if (!parse(argc, argv, options)) {
-        std::fprintf(stderr,
-                     "usage: %s [--first N] [--seeds N] [--seconds S | --minutes M] [--seed N]"
-                     " [--edits N] [--tasks MIN MAX] [--verbose] [--shrink] [--no-hammocks]"
-                     " [--steps A,B,...]\n",
-                     argv[0]);
+        std::fprintf(
+            stderr,
+            "usage: %s [--first N] [--seeds N] [--seconds S | --minutes M] [--seed N]"
+            " [--edits N] [--tasks MIN MAX] [--verbose] [--shrink] [--no-hammocks] [--hang S]"
+            " [--steps A,B,...] [--work-list] [--failures N]\n",
+            argv[0]);
         return 2;
     }
     const char* smoke = std::getenv("KESTRUM_BENCH_SMOKE");
     if (smoke && *smoke && *smoke != '0') options.seeds = 20;
 
+    watch(options.hang);
     using Clock = std::chrono::steady_clock;
     const auto begin = Clock::now();
     const auto deadline = begin + std::chrono::duration_cast<Clock::duration>(
@@ -122,7 +166,10 @@ int main(int argc, char** argv) {
         test.edits = options.edits;
         test.onlySteps = options.steps;
         test.hammocks = options.hammocks;
+        test.throughWorkList = options.throughWorkList;
+        gCurrentSeed = seed;
         kestrum::test::DateCacheOutcome outcome = kestrum::test::runDateCacheCase(test);
+        ++gFinishedSeeds;
         ++seeds;
         edits += outcome.edits;
         values += outcome.valuesCompared;
@@ -133,7 +180,8 @@ int main(int argc, char** argv) {
             std::printf("FAILED %s\n", outcome.report.c_str());
             if (options.shrink)
                 std::printf("%s\n", kestrum::test::shrinkDateCacheCase(test).c_str());
-            if (failures >= 10) break;
+            std::fflush(stdout);
+            if (failures >= options.maximumFailures) break;
         } else if (options.verbose) {
             std::printf("seed %llu: no difference\n", static_cast<unsigned long long>(seed));
         }

@@ -923,17 +923,41 @@ std::string RandomPlan::report(const std::string& difference) const {
     return text;
 }
 
+namespace {
+
+// Sets the read depth for one case and puts the usual one back.
+class ReadDepth {
+public:
+    explicit ReadDepth(bool throughWorkList) {
+        if (throughWorkList) KSTask::_setMaximumDirectReadDepth(1);
+    }
+    ~ReadDepth() { KSTask::_setMaximumDirectReadDepth(-1); }
+    ReadDepth(const ReadDepth&) = delete;
+    ReadDepth& operator=(const ReadDepth&) = delete;
+};
+
+// A date computed from the work list that read a date the list had not prepared.
+std::string uncachedReadSince(std::uint64_t before) {
+    if (KSTask::_uncachedWorkListReads() == before) return {};
+    return "the work list left unprepared a date that a rule read: " +
+           KSTask::_lastUncachedWorkListRead() + "\n";
+}
+
+}  // namespace
+
 DateCacheOutcome runDateCacheCase(const DateCacheCase& test,
                                   const std::set<std::uint64_t>& skipped) {
     DateCacheOutcome outcome;
+    ReadDepth depth(test.throughWorkList);
+    const std::uint64_t uncachedBefore = KSTask::_uncachedWorkListReads();
     RandomPlan plan(test.seed, skipped);
     plan.keepOnly(test.onlySteps);
     plan.setHammocks(test.hammocks);
     plan.build(test.minimumTasks, test.maximumTasks);
-    std::string difference = plan.compareWithFreshComputation();
+    std::string difference = plan.compareWithFreshComputation() + uncachedReadSince(uncachedBefore);
     for (int e = 0; e < test.edits && difference.empty(); ++e) {
         plan.edit();
-        difference = plan.compareWithFreshComputation();
+        difference = plan.compareWithFreshComputation() + uncachedReadSince(uncachedBefore);
     }
     outcome.failed = !difference.empty();
     if (outcome.failed) {
@@ -954,6 +978,7 @@ std::string shrinkDateCacheCase(const DateCacheCase& test) {
     // The steps applied up to the failure; the steps after it never ran.
     std::vector<std::uint64_t> steps;
     {
+        ReadDepth depth(test.throughWorkList);
         RandomPlan plan(test.seed);
         plan.keepOnly(test.onlySteps);
         plan.setHammocks(test.hammocks);

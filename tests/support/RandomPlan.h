@@ -203,6 +203,10 @@ struct DateCacheCase {
     int edits = 30;
     // Whether the plan and its edits make hammocks.
     bool hammocks = true;
+    // Whether every date a rule reads is computed through the evaluation's work list
+    // (rather than by recursion up to its usual depth); with the date read check on
+    // (debug builds), a date it computes that reads an unlisted date fails the case.
+    bool throughWorkList = false;
     // When not empty, the only steps run (see RandomPlan::keepOnly).
     std::set<std::uint64_t> onlySteps;
 };
