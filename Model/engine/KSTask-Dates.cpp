@@ -306,6 +306,7 @@ KSDateTime KSTask::_computeCurrentEndLimitIgnoringDependenciesIncludingOppositeS
     bool includeOpposite) {
     KSDateTime limit;
     if (_hasLockedDate()) {
+        flags_.limitsReadOwnEnd = 1;
         limit = endDate();
     } else if (isHammockTask()) {
         KSScenario* owner = scenario();
@@ -369,7 +370,10 @@ KSDateTime KSTask::_computeAbsoluteStartLimit(KSCriticalPath* path) {
     } else {
         limit = _planHasFixedEndDate() ? latestPossibleStart() : _planStartDate();
     }
-    if (_hasLockedDate()) limit = startDate();
+    if (_hasLockedDate()) {
+        flags_.limitsReadOwnStart = 1;
+        limit = startDate();
+    }
     limit = KSDateTime::laterDate(limit, _normalizedNoEarlierDate());
     // The raw leveled date, even in a fixed-end plan where it holds an end.
     if (isAsSoonAsPossible()) limit = KSDateTime::laterDate(limit, resourceLeveledDate_);
@@ -394,7 +398,10 @@ KSDateTime KSTask::_computeAbsoluteEndLimit(KSCriticalPath* path) {
     } else {
         limit = _planHasFixedEndDate() ? _planEndDate() : earliestPossibleEnd();
     }
-    if (_hasLockedDate()) limit = endDate();
+    if (_hasLockedDate()) {
+        flags_.limitsReadOwnEnd = 1;
+        limit = endDate();
+    }
     // No leveled date takes part on this side.
     limit = KSDateTime::earlierDate(limit, _normalizedNoLaterDate());
     for (const auto& link : dependents_) {
@@ -471,6 +478,7 @@ bool KSTask::_couldBeSplitForRescheduleDuringLeveling() const {
 KSDateTime KSTask::_computeLevelingStartLimit() {
     KSDateTime limit;
     if (_hasLockedDate()) {
+        flags_.limitsReadOwnStart = 1;
         limit = startDate();
     } else {
         KSTask* p = parentTask();
@@ -486,6 +494,7 @@ KSDateTime KSTask::_computeLevelingEndLimit() {
     KSDateTime limit;
     if (!endLockedDate_.isNull() ||
         (!startLockedDate_.isNull() && !_couldBeSplitForRescheduleDuringLeveling())) {
+        flags_.limitsReadOwnEnd = 1;
         limit = endDate();
     } else if (KSTask* p = parentTask()) {
         limit = p->levelingEndLimit();

@@ -14,7 +14,20 @@
 #include "Model/tasks/KSDependency.h"
 #include "Model/tasks/KSTask.h"
 
+#include <algorithm>
+#include <iterator>
+#include <string>
 #include <unordered_map>
+
+// The check that the work list prepares every date a rule reads: on in debug builds,
+// and wherever KESTRUM_CHECK_DATE_READS=1 is defined (the CMake option of that name).
+#ifndef KESTRUM_CHECK_DATE_READS
+#ifdef NDEBUG
+#define KESTRUM_CHECK_DATE_READS 0
+#else
+#define KESTRUM_CHECK_DATE_READS 1
+#endif
+#endif
 
 namespace kestrum {
 
@@ -29,8 +42,24 @@ namespace {
 
 // How deep reads may recurse before the work list takes over.
 constexpr int kMaximumDirectDepth = 32;
+thread_local int tMaximumDirectDepth = kMaximumDirectDepth;
 
 thread_local int tDirectDepth = 0;
+
+// Reads of a date while it was being computed, on this thread.
+thread_local std::uint64_t tCyclicReads = 0;
+
+#if KESTRUM_CHECK_DATE_READS
+// While a date listed by the work list is computed: the read depth of its rule's own
+// reads (1 below the computation), else -1. A read at that depth that finds its cache
+// empty is a date the rule reads and `_pushDateDependencies` does not list.
+thread_local int tCheckedReadDepth = -1;
+// The date being computed from the work list, for the message.
+thread_local const KSTask* tCheckedTask = nullptr;
+thread_local std::uint8_t tCheckedQuantity = 0;
+thread_local std::uint64_t tUncachedWorkListReads = 0;
+thread_local std::string tLastUncachedWorkListRead;
+#endif
 
 // The end limits without opposite scheduling are not cached on the task; within one
 // outer read they are kept here, which gives the same values as computing them afresh.
@@ -41,6 +70,31 @@ constexpr std::uint16_t bitOf(std::uint8_t quantity) {
 }
 
 }  // namespace
+
+std::uint64_t KSTask::_cyclicDateReads() {
+    return tCyclicReads;
+}
+
+void KSTask::_setMaximumDirectReadDepth(int depth) {
+    // At 0 a date would hand itself to the work list for ever: 1 is the least.
+    tMaximumDirectDepth = depth < 0 ? kMaximumDirectDepth : std::max(depth, 1);
+}
+
+std::uint64_t KSTask::_uncachedWorkListReads() {
+#if KESTRUM_CHECK_DATE_READS
+    return tUncachedWorkListReads;
+#else
+    return 0;
+#endif
+}
+
+std::string KSTask::_lastUncachedWorkListRead() {
+#if KESTRUM_CHECK_DATE_READS
+    return tLastUncachedWorkListRead;
+#else
+    return {};
+#endif
+}
 
 // --- Getters -------------------------------------------------------------------------------------
 
@@ -272,8 +326,17 @@ KSDateTime KSTask::_evaluateDate(DateQuantity quantity, KSCriticalPath* path) {
     // A rule that comes back to the date it is computing would never end (a loop the
     // link checker has not broken yet, or a hammock bound by its own derived end): it
     // reads the empty cache instead.
-    if (datesBeingComputed_ & bit) return _cachedDate(quantity, path);
-    if (tDirectDepth >= kMaximumDirectDepth) {
+    if (datesBeingComputed_ & bit) {
+        ++tCyclicReads;
+        return _cachedDate(quantity, path);
+    }
+#if KESTRUM_CHECK_DATE_READS
+    // A date still being prepared lower in the list is a cycle through the rules (the
+    // cyclic reads count those), not a read that the list forgot.
+    if (tDirectDepth == tCheckedReadDepth && !(datesBeingPrepared_ & bit))
+        _noteUncachedWorkListRead(quantity);
+#endif
+    if (tDirectDepth >= tMaximumDirectDepth) {
         _prepareDatesIteratively(quantity, path);
         if (_hasCachedDate(quantity, path)) return _cachedDate(quantity, path);
     }
@@ -285,6 +348,24 @@ KSDateTime KSTask::_evaluateDate(DateQuantity quantity, KSCriticalPath* path) {
     _storeDate(quantity, path, date);
     return date;
 }
+
+#if KESTRUM_CHECK_DATE_READS
+void KSTask::_noteUncachedWorkListRead(DateQuantity quantity) {
+    static const char* const names[] = {"startDate",           "endDate",
+                                        "currentStartLimit",   "currentStartLimit excluding",
+                                        "currentEndLimit",     "currentEndLimit excluding",
+                                        "absoluteStartLimit",  "absoluteEndLimit",
+                                        "earliestPossibleEnd", "latestPossibleStart",
+                                        "levelingStartLimit",  "levelingEndLimit"};
+    auto describe = [](std::uint8_t index, const KSTask* task) {
+        return std::string(index < std::size(names) ? names[index] : "?") + " of \"" +
+               (task ? task->title().value_or("") : std::string()) + "\"";
+    };
+    ++tUncachedWorkListReads;
+    tLastUncachedWorkListRead = describe(static_cast<std::uint8_t>(quantity), this) + " (read by " +
+                                describe(tCheckedQuantity, tCheckedTask) + ")";
+}
+#endif
 
 void KSTask::_prepareDatesIteratively(DateQuantity quantity, KSCriticalPath* path) {
     // One work list per thread, shared by nested preparations: each works above the
@@ -312,8 +393,23 @@ void KSTask::_prepareDatesIteratively(DateQuantity quantity, KSCriticalPath* pat
         // Everything the rule reads is cached now (or could not be listed): compute.
         work.pop_back();
         task->datesBeingPrepared_ &= static_cast<std::uint16_t>(~bit);
-        if (!task->_hasCachedDate(node.quantity, node.path))
+        if (!task->_hasCachedDate(node.quantity, node.path)) {
+#if KESTRUM_CHECK_DATE_READS
+            // The rule's reads happen one level down: they must all find their caches.
+            const int savedChecked = tCheckedReadDepth;
+            const KSTask* savedTask = tCheckedTask;
+            const std::uint8_t savedQuantity = tCheckedQuantity;
+            tCheckedReadDepth = tDirectDepth + 1;
+            tCheckedTask = task;
+            tCheckedQuantity = static_cast<std::uint8_t>(node.quantity);
             task->_evaluateDate(node.quantity, node.path);
+            tCheckedReadDepth = savedChecked;
+            tCheckedTask = savedTask;
+            tCheckedQuantity = savedQuantity;
+#else
+            task->_evaluateDate(node.quantity, node.path);
+#endif
+        }
     }
     tDirectDepth = savedDepth;
 }
@@ -336,6 +432,52 @@ void KSTask::_pushDateDependencies(DateQuantity quantity, KSCriticalPath* path,
         if (!children()) return;
         for (const auto& child : *children())
             push(static_cast<KSTask*>(child.get()), q, p);
+    };
+    // A link to the end of a prerequisite (the start of a dependent) reads, through
+    // endForAbsoluteStartLimitForCriticalPath (its mirror), the plain task's earliest end
+    // (`plain`) or any other task's absolute limit (`other`), and for a group the same of
+    // every task below it.
+    auto pushOverSubtree = [&](KSTask* top, DateQuantity plain, DateQuantity other) {
+        thread_local std::vector<KSTask*> below;
+        below.clear();
+        below.push_back(top);
+        while (!below.empty()) {
+            KSTask* task = below.back();
+            below.pop_back();
+            if (!path && task->_isPlainTask()) {
+                push(task, plain);
+                continue;
+            }
+            push(task, other, path);
+            // A hammock converts its end limit into a start by its own start date (its
+            // end limit needs no conversion).
+            if (other == DateQuantity::AbsoluteEnd && task->isHammockTask())
+                push(task, DateQuantity::Start);
+            if (!task->_isGroupTask()) continue;
+            for (const auto& child : *task->children())
+                below.push_back(static_cast<KSTask*>(child.get()));
+        }
+    };
+    // levelingEarliestPossibleEnd (levelingLastPossibleStart) of `top`: a group reads
+    // those of its children, any other task its leveling start (end) limit, and a hammock
+    // converts that by its own end (start) date.
+    auto pushLevelingOverSubtree = [&](KSTask* top, DateQuantity limit) {
+        thread_local std::vector<KSTask*> below;
+        below.clear();
+        below.push_back(top);
+        while (!below.empty()) {
+            KSTask* task = below.back();
+            below.pop_back();
+            if (!task->_isGroupTask()) {
+                push(task, limit);
+                if (task->isHammockTask())
+                    push(task, limit == DateQuantity::LevelingStart ? DateQuantity::End
+                                                                    : DateQuantity::Start);
+                continue;
+            }
+            for (const auto& child : *task->children())
+                below.push_back(static_cast<KSTask*>(child.get()));
+        }
     };
     auto pushEmptyGroupDate = [&] {
         push(this, isAsSoonAsPossible() ? DateQuantity::CurrentStart : DateQuantity::CurrentEnd);
@@ -462,11 +604,11 @@ void KSTask::_pushDateDependencies(DateQuantity quantity, KSCriticalPath* path,
                 if (!link->isActive() || !before || (hammock && link->dependentAlignedToEnd()))
                     continue;
                 if (path && path->shouldBeExcluded(*before)) continue;
-                push(before,
-                     !path && link->prerequisiteAlignedToEnd() && before->_isPlainTask()
-                         ? DateQuantity::EarliestEnd
-                         : DateQuantity::AbsoluteStart,
-                     path);
+                if (link->prerequisiteAlignedToEnd()) {
+                    pushOverSubtree(before, DateQuantity::EarliestEnd, DateQuantity::AbsoluteStart);
+                } else {
+                    push(before, DateQuantity::AbsoluteStart, path);
+                }
             }
             return;
         }
@@ -481,11 +623,11 @@ void KSTask::_pushDateDependencies(DateQuantity quantity, KSCriticalPath* path,
                 KSTask* after = link->dependent();
                 if (!link->isActive() || !after || after->isHammockTask()) continue;
                 if (path && path->shouldBeExcluded(*after)) continue;
-                push(after,
-                     !path && !link->dependentAlignedToEnd() && after->_isPlainTask()
-                         ? DateQuantity::LatestStart
-                         : DateQuantity::AbsoluteEnd,
-                     path);
+                if (!link->dependentAlignedToEnd()) {
+                    pushOverSubtree(after, DateQuantity::LatestStart, DateQuantity::AbsoluteEnd);
+                } else {
+                    push(after, DateQuantity::AbsoluteEnd, path);
+                }
             }
             return;
         }
@@ -508,17 +650,35 @@ void KSTask::_pushDateDependencies(DateQuantity quantity, KSCriticalPath* path,
                 push(p, DateQuantity::LevelingStart);
             }
             for (const auto& link : prerequisites_) {
-                if (link->isActive() && link->prerequisite())
+                if (!link->isActive() || !link->prerequisite()) continue;
+                if (link->prerequisiteAlignedToEnd()) {
+                    pushLevelingOverSubtree(link->prerequisite(), DateQuantity::LevelingStart);
+                } else {
                     push(link->prerequisite(), DateQuantity::LevelingStart);
+                }
+                // A hammock turns an end into its start by its own start date.
+                if (link->dependentAlignedToEnd() && isHammockTask())
+                    push(this, DateQuantity::Start);
             }
             return;
         case DateQuantity::LevelingEnd:
-            if (!_hasLockedDate()) {
-                if (KSTask* p = parentTask()) push(p, DateQuantity::LevelingEnd);
+            // A locked end, or a locked start that leveling may not split away from, is
+            // the limit: the end date is read (the list named only the parent's limit).
+            if (!endLockedDate_.isNull() ||
+                (!startLockedDate_.isNull() && !_couldBeSplitForRescheduleDuringLeveling())) {
+                push(this, DateQuantity::End);
+            } else if (KSTask* p = parentTask()) {
+                push(p, DateQuantity::LevelingEnd);
             }
             for (const auto& link : dependents_) {
-                if (link->isActive() && link->dependent())
+                if (!link->isActive() || !link->dependent()) continue;
+                if (link->dependentAlignedToEnd()) {
                     push(link->dependent(), DateQuantity::LevelingEnd);
+                } else {
+                    pushLevelingOverSubtree(link->dependent(), DateQuantity::LevelingEnd);
+                }
+                if (!link->prerequisiteAlignedToEnd() && isHammockTask())
+                    push(this, DateQuantity::End);
             }
             return;
     }

@@ -28,9 +28,14 @@ struct KSTask::InvalidationFrame {
     std::uint8_t step;
     bool savedNotice;
     std::size_t index;
+    // The start or end walk goes on to the task's own limits that read its locked dates.
+    bool ownLimits;
 };
 
 namespace {
+
+// The step of the start and end walks that goes on to the task's own limits.
+constexpr std::uint8_t kOwnLimitsStep = 8;
 
 // The next active link at or after `index` whose `end` task exists; advances `index`
 // past it. Null when none is left.
@@ -81,7 +86,7 @@ void KSTask::_invalidate(InvalidationWalk walk) {
     thread_local std::vector<InvalidationFrame> frames;
     const std::size_t base = frames.size();
     const bool fixedEnd = _planHasFixedEndDate();
-    frames.push_back(InvalidationFrame{this, walk, 0, false, 0});
+    frames.push_back(InvalidationFrame{this, walk, 0, false, 0, false});
     while (frames.size() > base) {
         const std::size_t top = frames.size() - 1;
         InvalidationFrame frame = frames[top];
@@ -105,7 +110,10 @@ bool KSTask::_invalidationWouldStopAtOnce(InvalidationWalk walk) const {
         case InvalidationWalk::LatestStart:
             return latestPossibleStart_.isNull();
         case InvalidationWalk::CurrentStart:
-            return currentStartLimit_.isNull();
+            return currentStartLimit_.isNull() &&
+                   currentStartLimitExcludingOppositeScheduling_.isNull();
+        case InvalidationWalk::CurrentStartExcluding:
+            return currentStartLimitExcludingOppositeScheduling_.isNull();
         case InvalidationWalk::CurrentEnd:
             return currentEndLimit_.isNull();
         case InvalidationWalk::End:
@@ -122,6 +130,31 @@ bool KSTask::_invalidationWouldStopAtOnce(InvalidationWalk walk) const {
     return false;
 }
 
+KSTask* KSTask::_nextHammockPulledBy(std::size_t& index, bool fromEnd) const {
+    while (index < dependents_.size()) {
+        const KSDependency& link = *dependents_[index++];
+        KSTask* after = link.dependent();
+        if (link.isActive() && after && after->isHammockTask() && link.dependentAlignedToEnd() &&
+            link.prerequisiteAlignedToEnd() == fromEnd)
+            return after;
+    }
+    return nullptr;
+}
+
+bool KSTask::_takeLimitsReadingOwnStart() {
+    // While locked, the limits read the start; after the lock went, once more, for the
+    // limits that read it while it stood.
+    const bool read = _hasLockedDate() || flags_.limitsReadOwnStart;
+    flags_.limitsReadOwnStart = 0;
+    return read;
+}
+
+bool KSTask::_takeLimitsReadingOwnEnd() {
+    const bool read = _hasLockedDate() || flags_.limitsReadOwnEnd;
+    flags_.limitsReadOwnEnd = 0;
+    return read;
+}
+
 void KSTask::_postWillInvalidateDates() {
     if (_isGroupTask() || flags_.alreadySentDatesChangedNotification) return;
     KSNotificationCenter::defaultCenter().postNotificationName(
@@ -134,7 +167,7 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
     // when a frame is to be pushed.
     auto tryToSetOff = [&](KSTask* task, InvalidationWalk walk) {
         if (task->_invalidationWouldStopAtOnce(walk)) return false;
-        next = InvalidationFrame{task, walk, 0, false, 0};
+        next = InvalidationFrame{task, walk, 0, false, 0, false};
         pushNext = true;
         return true;
     };
@@ -170,6 +203,13 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                         if (tryToSetOff(after, InvalidationWalk::AbsoluteStart)) return true;
                     }
                     toStep(3);
+                    // The chunk after this one starts from this chunk's absolute start
+                    // limit: without this walk it would keep the limit of before.
+                    if (KSTask* next = nextSplitChunk())
+                        return setOff(next, InvalidationWalk::AbsoluteStart);
+                    return true;
+                case 3:
+                    toStep(4);
                     if (fixedEnd && (isAsSoonAsPossible() || isHammockTask()))
                         return setOff(this, InvalidationWalk::Start);
                     return true;
@@ -191,11 +231,21 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     while (KSTask* child = nextChild(*this, frame.index)) {
                         if (tryToSetOff(child, InvalidationWalk::AbsoluteEnd)) return true;
                     }
-                    // No links are walked on this side: no mirror of the start side's step.
+                    // No links are walked by the rule on this side: no mirror of the start
+                    // side's step.
                     toStep(2);
                     if (!fixedEnd && (isAsLateAsPossible() || isHammockTask()))
                         return setOff(this, InvalidationWalk::End);
                     return true;
+                case 2:
+                    // The prerequisites' absolute end limits read this one through the
+                    // links; without this walk they keep the limit of before (the plan-wide
+                    // walk from the root clears absolute end limits only when the plan's
+                    // earliest end moves).
+                    while (KSTask* before = nextLinkedTask(prerequisites_, frame.index, false)) {
+                        if (tryToSetOff(before, InvalidationWalk::AbsoluteEnd)) return true;
+                    }
+                    return false;
                 default:
                     return false;
             }
@@ -244,6 +294,14 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     toStep(3);
                     if (nextLinkedTask(prerequisites_, frame.index, true))
                         return setOff(this, InvalidationWalk::AbsoluteEnd);
+                    return true;
+                case 3:
+                    // The prerequisites read this latest start through links joined to
+                    // this task's start (as the walk of the absolute end limit does for the
+                    // end); the step above leaves them alone.
+                    while (KSTask* before = nextLinkedTask(prerequisites_, frame.index, false)) {
+                        if (tryToSetOff(before, InvalidationWalk::AbsoluteEnd)) return true;
+                    }
                     return false;
                 default:
                     return false;
@@ -252,7 +310,13 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
             switch (frame.step) {
                 case 0:
                     // The excluding twin is not looked at: an empty limit stops the walk.
-                    if (currentStartLimit_.isNull()) return false;
+                    // The twin, when set, gets a walk of its own, which the stop would
+                    // otherwise leave as it was with all the twins that read it.
+                    if (currentStartLimit_.isNull()) {
+                        if (currentStartLimitExcludingOppositeScheduling_.isNull()) return false;
+                        toStep(3);
+                        return setOff(this, InvalidationWalk::CurrentStartExcluding);
+                    }
                     currentStartLimit_ = KSDateTime();
                     currentStartLimitExcludingOppositeScheduling_ = KSDateTime();
                     _needsSchedulingRecomputation();
@@ -262,10 +326,51 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     while (KSTask* child = nextChild(*this, frame.index)) {
                         if (tryToSetOff(child, InvalidationWalk::CurrentStart)) return true;
                     }
-                    toStep(2);
+                    toStep(4);
                     if (!fixedEnd && (isAsSoonAsPossible() || isHammockTask()))
                         return setOff(this, InvalidationWalk::Start);
                     return true;
+                case 4:
+                    // An empty early group dates both its ends by this limit; its end may
+                    // be cached (read through a link) while its start is not, and the start
+                    // walk above would stop before it reaches the end.
+                    toStep(2);
+                    if (_datesAreEmptyGroupLimit() && isAsSoonAsPossible())
+                        return setOff(this, InvalidationWalk::End);
+                    return true;
+                case 2:
+                    // The dependents' twins read this task's twin through the links; no
+                    // other walk goes from a start limit along the links.
+                    while (KSTask* after = nextLinkedTask(dependents_, frame.index, true)) {
+                        if (tryToSetOff(after, InvalidationWalk::CurrentStartExcluding))
+                            return true;
+                    }
+                    return false;
+                default:
+                    return false;
+            }
+        case InvalidationWalk::CurrentStartExcluding:
+            // The start limit without opposite scheduling, read by the children's and the
+            // dependents' own.
+            switch (frame.step) {
+                case 0:
+                    if (currentStartLimitExcludingOppositeScheduling_.isNull()) return false;
+                    currentStartLimitExcludingOppositeScheduling_ = KSDateTime();
+                    toStep(1);
+                    return true;
+                case 1:
+                    while (KSTask* child = nextChild(*this, frame.index)) {
+                        if (tryToSetOff(child, InvalidationWalk::CurrentStartExcluding))
+                            return true;
+                    }
+                    toStep(2);
+                    return true;
+                case 2:
+                    while (KSTask* after = nextLinkedTask(dependents_, frame.index, true)) {
+                        if (tryToSetOff(after, InvalidationWalk::CurrentStartExcluding))
+                            return true;
+                    }
+                    return false;
                 default:
                     return false;
             }
@@ -285,6 +390,13 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     if (fixedEnd && (isAsLateAsPossible() || isHammockTask()))
                         return setOff(this, InvalidationWalk::End);
                     return true;
+                case 2:
+                    // An empty late group dates both its ends by this limit; its start may
+                    // be cached while its end is not, and the end walk above would stop.
+                    toStep(3);
+                    if (_datesAreEmptyGroupLimit() && isAsLateAsPossible())
+                        return setOff(this, InvalidationWalk::Start);
+                    return true;
                 default:
                     return false;
             }
@@ -292,7 +404,12 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
             switch (frame.step) {
                 case 0:
                     uncompletedStartDate_ = KSDateTime();
-                    if (startDate_.isNull()) return false;
+                    frame.ownLimits = _takeLimitsReadingOwnStart();
+                    if (startDate_.isNull()) {
+                        if (!frame.ownLimits) return false;
+                        toStep(kOwnLimitsStep);
+                        return true;
+                    }
                     _postWillInvalidateDates();
                     frame.savedNotice = flags_.alreadySentDatesChangedNotification;
                     flags_.alreadySentDatesChangedNotification = 1;
@@ -305,21 +422,62 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     while (KSTask* before = nextLinkedTask(prerequisites_, frame.index, false)) {
                         if (tryToSetOff(before, InvalidationWalk::CurrentEnd)) return true;
                     }
+                    toStep(5);
+                    return true;
+                case 5:
+                    // Dependents joined to this start read it. The end walk reaches them
+                    // only when this end moves too, and a start can move alone (a late
+                    // task's derived start, a change of schedule type with no end cached).
+                    while (KSTask* after = nextLinkedTask(dependents_, frame.index, true)) {
+                        const KSDependency& link = *dependents_[frame.index - 1];
+                        if (link.prerequisiteAlignedToEnd()) continue;
+                        if (tryToSetOff(after, InvalidationWalk::CurrentStart)) return true;
+                    }
+                    toStep(6);
+                    return true;
+                case 6:
+                    // A hammock's end limit is pulled by the prerequisites joined to its
+                    // end: here those links that leave from this start.
+                    while (KSTask* hammock = _nextHammockPulledBy(frame.index, false)) {
+                        if (tryToSetOff(hammock, InvalidationWalk::CurrentEnd)) return true;
+                    }
                     toStep(2);
                     if (isAsSoonAsPossible()) return setOff(this, InvalidationWalk::End);
                     return true;
                 case 2:
                     toStep(3);
+                    // The chunk before this one ends by this chunk's start, with no link
+                    // that would walk to its end limit.
+                    if (KSTask* previous = previousSplitChunk())
+                        return setOff(previous, InvalidationWalk::CurrentEnd);
+                    return true;
+                case 3:
+                    toStep(4);
                     if (KSTask* p = parentTask()) return setOff(p, InvalidationWalk::Start);
                     return true;
-                default:
+                case 4:
                     flags_.alreadySentDatesChangedNotification = frame.savedNotice;
+                    toStep(kOwnLimitsStep);
+                    return true;
+                case kOwnLimitsStep:
+                    // A locked task's absolute and leveling start limits are its start: a
+                    // new lock, a lock gone or a start that moves under a lock would leave
+                    // them as they were (no other walk reaches them from here).
+                    toStep(kOwnLimitsStep + 1);
+                    if (frame.ownLimits) return setOff(this, InvalidationWalk::AbsoluteStart);
+                    return true;
+                default:
                     return false;
             }
         case InvalidationWalk::End:
             switch (frame.step) {
                 case 0:
-                    if (endDate_.isNull()) return false;
+                    frame.ownLimits = _takeLimitsReadingOwnEnd();
+                    if (endDate_.isNull()) {
+                        if (!frame.ownLimits) return false;
+                        toStep(kOwnLimitsStep);
+                        return true;
+                    }
                     _postWillInvalidateDates();
                     frame.savedNotice = flags_.alreadySentDatesChangedNotification;
                     flags_.alreadySentDatesChangedNotification = 1;
@@ -332,15 +490,52 @@ bool KSTask::_invalidationStep(InvalidationFrame& frame, bool fixedEnd, Invalida
                     while (KSTask* after = nextLinkedTask(dependents_, frame.index, true)) {
                         if (tryToSetOff(after, InvalidationWalk::CurrentStart)) return true;
                     }
+                    toStep(6);
+                    return true;
+                case 6:
+                    // The hammocks whose end this end pulls: their end limits read it.
+                    while (KSTask* hammock = _nextHammockPulledBy(frame.index, true)) {
+                        if (tryToSetOff(hammock, InvalidationWalk::CurrentEnd)) return true;
+                    }
+                    toStep(5);
+                    return true;
+                case 5:
+                    // Prerequisites joined to this end read it (the mirror of the start
+                    // walk's step for dependents joined to the start).
+                    while (KSTask* before = nextLinkedTask(prerequisites_, frame.index, false)) {
+                        const KSDependency& link = *prerequisites_[frame.index - 1];
+                        if (!link.dependentAlignedToEnd()) continue;
+                        if (tryToSetOff(before, InvalidationWalk::CurrentEnd)) return true;
+                    }
                     toStep(2);
                     if (isAsLateAsPossible()) return setOff(this, InvalidationWalk::Start);
                     return true;
                 case 2:
                     toStep(3);
+                    // The chunk after this one starts no earlier than this chunk's end,
+                    // with no link that would walk to its start limit.
+                    if (KSTask* next = nextSplitChunk())
+                        return setOff(next, InvalidationWalk::CurrentStart);
+                    return true;
+                case 3:
+                    toStep(4);
                     if (KSTask* p = parentTask()) return setOff(p, InvalidationWalk::End);
                     return true;
-                default:
+                case 4:
                     flags_.alreadySentDatesChangedNotification = frame.savedNotice;
+                    toStep(kOwnLimitsStep);
+                    return true;
+                case kOwnLimitsStep:
+                    // A locked task's end limits (current, absolute, leveling) are its end;
+                    // as on the start side, nothing else would clear them.
+                    toStep(kOwnLimitsStep + 1);
+                    if (frame.ownLimits) return setOff(this, InvalidationWalk::CurrentEnd);
+                    return true;
+                case kOwnLimitsStep + 1:
+                    toStep(kOwnLimitsStep + 2);
+                    if (frame.ownLimits) return setOff(this, InvalidationWalk::AbsoluteEnd);
+                    return true;
+                default:
                     return false;
             }
     }
@@ -352,6 +547,10 @@ void KSTask::_invalidateLimitsReadingLength() {
     // their own to reach them. The plan-wide walk from the root refreshes them too, but
     // only once the latest start it starts from has been computed again; between two
     // edits it may not have been.
+    // The end a lock holds stays, and the other end moves with the length: the change of
+    // length invalidates the end an unlocked task derives, by its schedule type.
+    if (!endLockedDate_.isNull() && startLockedDate_.isNull()) invalidateStartDate();
+    if (!startLockedDate_.isNull() && endLockedDate_.isNull()) invalidateEndDate();
     const bool ownEndBound =
         !noEarlierThanConstraintDate_.isNull() && noEarlierThanEnd_ == KSConstrainedTaskEndEnd;
     const bool ownStartBound =
@@ -405,11 +604,71 @@ void KSTask::_invalidateLimitsReadingLength() {
     }
 }
 
+void KSTask::_splitChunksDidChange() {
+    // Which chunk comes before which changed (a chunk came, went or the chunks were put
+    // in order): the chunks' limits read their neighbours', and this task's dates its
+    // first and last chunk's. None of these walks would run otherwise: the neighbours of
+    // a chunk are no links.
+    if (!isSplitTask_) return;
+    if (children()) {
+        for (std::size_t i = 0; i < countOfChildren(); ++i) {
+            KSTask& chunk = static_cast<KSTask&>(*(*children())[i]);
+            chunk.invalidateCurrentStartLimit();
+            chunk.invalidateAbsoluteStartLimit();
+            chunk.invalidateCurrentEndLimit();
+        }
+    }
+    invalidateStartDate();
+    invalidateEndDate();
+    invalidateEarliestPossibleEnd();
+    invalidateLatestPossibleStart();
+}
+
+void KSTask::_workDidCrossZero(double oldEffort) {
+    // A plain task, a chunk or a split task moves its limits into working time only while
+    // it has work: when its effort comes to 0 or leaves it, they change with nothing else
+    // of the task.
+    if ((oldEffort > 0.0) == (effort_ > 0.0) || (!isStandardTask() && !flags_.isSplitChunk)) return;
+    invalidateCurrentStartLimit();
+    invalidateAbsoluteStartLimit();
+    invalidateCurrentEndLimit();
+    invalidateAbsoluteEndLimit();
+}
+
+void KSTask::_rolledUpWorkDidChange(double oldEffort) {
+    // The totals of a group, a split task or the root changed by a child's: no setter of
+    // this task ran, so nothing else clears what reads them.
+    // Where the rest of the work begins follows the work done.
+    uncompletedStartDate_ = KSDateTime();
+    if (effort_ == oldEffort) return;
+    _workDidCrossZero(oldEffort);
+    // A split task converts between its ends by its effort, as a plain task does.
+    if (isSplitTask_) {
+        _invalidateLimitsReadingLength();
+        return;
+    }
+    // A lead given as a share of this task's effort moves the dependents.
+    for (std::size_t i = 0; i < dependents_.size(); ++i) {
+        const KSDependency& link = *dependents_[i];
+        KSTask* after = link.dependent();
+        if (!link.isActive() || !after || !link.leadTimeIsPercentage()) continue;
+        after->invalidateCurrentStartLimit();
+        after->invalidateAbsoluteStartLimit();
+    }
+}
+
 void KSTask::invalidateAllDates() {
     if ((!startDate_.isNull() || !endDate_.isNull()) && !_isGroupTask()) {
         KSNotificationCenter::defaultCenter().postNotificationName(
             KSTaskWillInvalidateDatesNotification, this);
     }
+    // Whether neighbours may have read the dates cleared here.
+    const bool hadEarliestEnd = !earliestPossibleEnd_.isNull();
+    const bool hadLatestStart = !latestPossibleStart_.isNull();
+    const bool hadDates =
+        hadEarliestEnd || hadLatestStart || !startDate_.isNull() || !endDate_.isNull() ||
+        !currentStartLimit_.isNull() || !currentStartLimitExcludingOppositeScheduling_.isNull() ||
+        !currentEndLimit_.isNull() || !absoluteStartLimit_.isNull() || !absoluteEndLimit_.isNull();
     flags_.absoluteStartLimitDidChange = 1;
     flags_.absoluteEndLimitDidChange = 1;
     // The leveling validity flags stay: a valid limit reads as null until a narrower
@@ -429,8 +688,45 @@ void KSTask::invalidateAllDates() {
         p->invalidateStartDate();
         p->invalidateEndDate();
     }
+    if (hadDates) _invalidateReadersOfAllDates(hadEarliestEnd, hadLatestStart);
+    // What converts a date through this task's length (a group's constraints, links joined
+    // to the far end) reads no cache of the task's, but what the length is may have
+    // changed with it (a task that became a split task converts by its effort, no longer
+    // over its chunks).
+    _invalidateLimitsReadingLength();
     _needsSchedulingRecomputation();
     performSplitRejoining();
+}
+
+void KSTask::_invalidateReadersOfAllDates(bool earliestEnd, bool latestStart) {
+    // What the clearing above leaves of the limits that read this task: its group's
+    // earliest end and latest start, read over its children; the start limits of its
+    // dependents and the end limits of its prerequisites, which read its dates and
+    // limits through the links; and the chunks beside it. A task that had nothing cached
+    // was read by nobody, so a new task joins a plan without these walks.
+    if (KSTask* p = parentTask()) {
+        if (earliestEnd) p->invalidateEarliestPossibleEnd();
+        if (latestStart) p->invalidateLatestPossibleStart();
+    }
+    for (std::size_t i = 0; i < dependents_.size(); ++i) {
+        const KSDependency& link = *dependents_[i];
+        KSTask* after = link.dependent();
+        if (!link.isActive() || !after) continue;
+        after->invalidateCurrentStartLimit();
+        after->invalidateAbsoluteStartLimit();
+    }
+    for (std::size_t i = 0; i < prerequisites_.size(); ++i) {
+        const KSDependency& link = *prerequisites_[i];
+        KSTask* before = link.prerequisite();
+        if (!link.isActive() || !before) continue;
+        before->invalidateCurrentEndLimit();
+        before->invalidateAbsoluteEndLimit();
+    }
+    if (KSTask* next = nextSplitChunk()) {
+        next->invalidateCurrentStartLimit();
+        next->invalidateAbsoluteStartLimit();
+    }
+    if (KSTask* previous = previousSplitChunk()) previous->invalidateCurrentEndLimit();
 }
 
 void KSTask::resetAbsoluteLimitChangeFlags() {

@@ -74,6 +74,7 @@ void KSTask::_internalChangeEffort(double effort) {
         performSplitRejoining();
         return;
     }
+    const double oldEffort = effort_;
     KSTaskList siblingChunks;
     if (flags_.isSplitChunk && parentTask()) parentTask()->_childrenTasks(siblingChunks);
     // The callers tell an unchanged effort; every call here is recorded.
@@ -116,6 +117,7 @@ void KSTask::_internalChangeEffort(double effort) {
     else
         invalidateEndDate();
     _invalidateLimitsReadingLength();
+    _workDidCrossZero(oldEffort);
 }
 
 void KSTask::setEffortRemaining(double remaining) {

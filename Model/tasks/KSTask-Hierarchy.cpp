@@ -79,7 +79,10 @@ void KSTask::insertObjectInChildrenAtIndex(const std::shared_ptr<KSProjectItem>&
         invalidateLatestPossibleStart();
     if (!startDate_.isNull() && isLater(startDate_, child->startDate())) invalidateStartDate();
     if (!endDate_.isNull() && isEarlier(endDate_, child->endDate())) invalidateEndDate();
-    if (isSplitTask_) _performSplitOrdering();
+    if (isSplitTask_) {
+        _splitChunksDidChange();
+        _performSplitOrdering();
+    }
 }
 
 void KSTask::removeObjectFromChildrenAtIndex(std::size_t index) {
@@ -100,6 +103,7 @@ void KSTask::removeObjectFromChildrenAtIndex(std::size_t index) {
     if (latestPossibleStart_.isEqualToDate(childLatestStart)) invalidateLatestPossibleStart();
     if (startDate_.isEqualToDate(childStart)) invalidateStartDate();
     if (endDate_.isEqualToDate(childEnd)) invalidateEndDate();
+    _splitChunksDidChange();
 }
 
 void KSTask::replaceObjectInChildrenAtIndexWithObject(std::size_t index,
@@ -119,6 +123,7 @@ void KSTask::replaceObjectInChildrenAtIndexWithObject(std::size_t index,
     invalidateLatestPossibleStart();
     invalidateStartDate();
     invalidateEndDate();
+    _splitChunksDidChange();
 }
 
 void KSTask::_setParent(KSProjectItem* parent) {
@@ -178,6 +183,7 @@ void KSTask::setIsLoading(bool flag) {
 
 void KSTask::_childDidChangeEffortAndDone(KSTask*, double effortDelta, double doneDelta) {
     if (flags_.isLoading || flags_.balancingSplitEfforts) return;
+    const double oldEffort = effort_;
     if (effortDelta != 0.0) {
         willChangeValueForKey("effort");
         effort_ += effortDelta;
@@ -188,6 +194,7 @@ void KSTask::_childDidChangeEffortAndDone(KSTask*, double effortDelta, double do
         effortDone_ += doneDelta;
         didChangeValueForKey("effortDone");
     }
+    if (effortDelta != 0.0 || doneDelta != 0.0) _rolledUpWorkDidChange(oldEffort);
     KSUndoManager* um = undoManager();
     if (doneDelta == 0.0 && isSplitTask_ && !(um && um->isUndoingOrRedoing())) {
         _redistributeSplitDone();

@@ -170,6 +170,9 @@ void KSTask::_needsSchedulingRecomputation() {
     if (!owner || flags_.willRevalidateSchedule) return;
     flags_.willRevalidateSchedule = 1;
     owner->taskNeedsSchedulingRecomputation(*this);
+    // A task that must be scheduled again has changed the plan; the scenario posts its
+    // change notice once per pass, after the recomputation it has just asked for.
+    if (!flags_.isPrototype) owner->projectDidChange();
 }
 
 void KSTask::_recomputeScheduling() {

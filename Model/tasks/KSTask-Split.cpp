@@ -83,6 +83,7 @@ void KSTask::_performSplitOrdering() {
         reorderChildItems(sorted);
         for (const auto& chunk : sorted)
             chunk->positionDidChange();
+        _splitChunksDidChange();
     }
     flags_.delayingSplitRejoining = 1;
 }

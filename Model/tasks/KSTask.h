@@ -492,6 +492,20 @@ public:
     KSScheduling* schedule() const;
     // The plan's own work time: the root resource's schedule (standard hours outside a plan).
     KSScheduling* scenarioSchedule() const;
+    // How many times, on this thread, a rule read a date that was being computed and got
+    // its empty cache instead (a hammock read through its own conversions, a loop not
+    // broken yet): where this happens, a computation's result depends on the order of
+    // reads.
+    static std::uint64_t _cyclicDateReads();
+    // Debug builds (or KESTRUM_CHECK_DATE_READS): how many times, on this thread, a date
+    // computed from the evaluation's work list read a date it had not listed
+    // (`_pushDateDependencies` drifted from the rules); always 0 when the check is off.
+    static std::uint64_t _uncachedWorkListReads();
+    // For tests, on this thread: how deep reads recurse before the work list takes over
+    // (1: every date a rule reads goes through the work list; negative: the usual depth).
+    static void _setMaximumDirectReadDepth(int depth);
+    // The latest such read, as "<date> of \"<task>\" (read by <date> of \"<task>\")".
+    static std::string _lastUncachedWorkListRead();
     // Drops the scheduling the task answers with; the next use makes it anew.
     void invalidateSchedule();
     // A resource schedule that the task works by changed (or was replaced): the task drops
@@ -545,6 +559,9 @@ public:
     // After a change of length: the limits that read it (through a constraint bound to
     // the other end, a link, a percentage lead, a neighbouring chunk) or a date it moves.
     void _invalidateLimitsReadingLength();
+    // After the effort changed from `oldEffort`: the task's own limits, when it gained its
+    // first work or lost its last (they are moved into working time only with work).
+    void _workDidCrossZero(double oldEffort);
 
     // --- Edit cycle (KSTask-Scheduling.cpp) ------------------------------------------------
     // Marks the task for recomputation once per cycle (not for prototypes or outside a plan).
@@ -753,6 +770,9 @@ private:
         unsigned positionDidChange : 1 = 0;
         unsigned alreadySentDatesChangedNotification : 1 = 0;
         unsigned updatingEstimates : 1 = 0;
+        // A limit of this task was computed from its own start (end) under a lock.
+        unsigned limitsReadOwnStart : 1 = 0;
+        unsigned limitsReadOwnEnd : 1 = 0;
     };
 
     // A group holds its children's totals; a split task holds its chunks' but is no group.
@@ -795,6 +815,11 @@ private:
     KSDateTime _planFixedDate() const;
     // Neither group nor split task nor hammock: its ends are one effort apart.
     bool _isPlainTask() const { return !_isGroupTask() && !isSplitTask_ && !isHammockTask(); }
+    // A group or split task without children: both its dates are one of its limits.
+    bool _datesAreEmptyGroupLimit() const {
+        return (_isGroupTask() || isSplitTask_) && countOfChildren() == 0 &&
+               startLockedDate_.isNull() && endLockedDate_.isNull();
+    }
     bool _hasLockedDate() const { return !startLockedDate_.isNull() || !endLockedDate_.isNull(); }
     void _setResourceLevelingDelay(double delay);
     KSDateTime _startDerivedFromEnd();
@@ -821,6 +846,8 @@ private:
         LevelingEnd,
     };
     struct DateNode;
+    // Counts a read the work list did not prepare (with the date read check on).
+    void _noteUncachedWorkListRead(DateQuantity quantity);
     bool _hasCachedDate(DateQuantity quantity, KSCriticalPath* path) const;
     KSDateTime _cachedDate(DateQuantity quantity, KSCriticalPath* path) const;
     void _storeDate(DateQuantity quantity, KSCriticalPath* path, const KSDateTime& date);
@@ -851,6 +878,7 @@ private:
         EarliestEnd,
         LatestStart,
         CurrentStart,
+        CurrentStartExcluding,
         CurrentEnd,
         Start,
         End,
@@ -864,6 +892,21 @@ private:
                            bool& pushNext);
     // Whether a walk would stop at its first step with nothing to clear or set.
     bool _invalidationWouldStopAtOnce(InvalidationWalk walk) const;
+    // After the order or the set of a split task's chunks changed: what reads the
+    // neighbours of a chunk, and the first and last chunk.
+    void _splitChunksDidChange();
+    // After a child changed this task's totals (effort `oldEffort` before): what reads
+    // the task's effort and effort done.
+    void _rolledUpWorkDidChange(double oldEffort);
+    // The next hammock at or after `index` in the dependents whose end limit a link from
+    // this task's end (start) pulls; advances `index` past it.
+    KSTask* _nextHammockPulledBy(std::size_t& index, bool fromEnd) const;
+    // After invalidateAllDates: the walks to the neighbours that read the cleared dates.
+    void _invalidateReadersOfAllDates(bool earliestEnd, bool latestStart);
+    // Whether limits of this task read its own start (end) through a lock, now or before
+    // the last lock change; clears the record.
+    bool _takeLimitsReadingOwnStart();
+    bool _takeLimitsReadingOwnEnd();
 
     // --- Dependency loops (KSTask-Loops.cpp) --------------------------------------------
     // A task is two nodes, its start and its end; marks are 0 unvisited, 1 on the path,

@@ -1,7 +1,7 @@
 // Links that would close a loop: kept, turned off with an error on the right task, turned
 // back on when the loop goes, and all of it undoable.
 #include "Model/engine/KSDependencyLoopError.h"
-#include "engine/ScheduleFixture.h"
+#include "support/PlanFixture.h"
 
 namespace kestrum::test {
 namespace {

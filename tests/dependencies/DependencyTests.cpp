@@ -1,7 +1,7 @@
 // Links themselves: kinds, lead times, ghosts, equality, the string form with its ids,
 // the archive dictionary, the task's lists and the bulk operations.
 #include "Model/tasks/KSDependency.h"
-#include "engine/ScheduleFixture.h"
+#include "support/PlanFixture.h"
 
 namespace kestrum::test {
 namespace {

@@ -1,6 +1,6 @@
 // Plans anchored at their end: tasks scheduled backward from the anchor, and early tasks
 // against the plan's direction.
-#include "engine/ScheduleFixture.h"
+#include "support/PlanFixture.h"
 
 namespace kestrum::test {
 namespace {

@@ -2,7 +2,7 @@
 // dates, leveling limits and long chains.
 #include "Model/engine/KSIssue.h"
 #include "Platform/core/KSNotificationCenter.h"
-#include "engine/ScheduleFixture.h"
+#include "support/PlanFixture.h"
 
 namespace kestrum::test {
 namespace {

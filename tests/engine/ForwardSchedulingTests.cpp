@@ -1,7 +1,7 @@
 // Plans anchored at their start: chains, slack, lead and lag, constraints, locks,
 // milestones, late tasks and hammocks.
 #include "Model/engine/KSCriticalPath.h"
-#include "engine/ScheduleFixture.h"
+#include "support/PlanFixture.h"
 
 namespace kestrum::test {
 namespace {

@@ -1,6 +1,6 @@
 // A change of type clears every date of the task: each rule reads the type, so none of
 // the old caches may survive it.
-#include "engine/ScheduleFixture.h"
+#include "support/PlanFixture.h"
 
 namespace kestrum::test {
 namespace {

@@ -44,7 +44,7 @@ class AttachmentTest : public ProjectTest {
 protected:
     void SetUp() override {
         ProjectTest::SetUp();
-        task = addTask("T");
+        task = add<RecordingTask>("T");
         drain();
     }
     std::shared_ptr<KSAttachment> attach(KSDictionary archive) {

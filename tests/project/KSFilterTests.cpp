@@ -66,7 +66,7 @@ protected:
                                                 project->taskUserDataKeys());
         for (const auto& [title, owner] : std::vector<std::pair<std::string, std::string>>{
                  {"Révision finale", "Zoë"}, {"REVISION draft", "Ann"}, {"Pour concrete", ""}}) {
-            auto task = addTask(title);
+            auto task = add<RecordingTask>(title);
             if (!owner.empty()) task->setUserDataForKey(owner, "Owner");
             tasks.push_back(KSValue(std::shared_ptr<KSBaseObject>(task)));
         }

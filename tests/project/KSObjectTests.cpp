@@ -24,7 +24,7 @@ protected:
     void SetUp() override {
         ProjectTest::SetUp();
         project->setTaskUserDataKeys({"Owner", "Code"});
-        task = addTask("T");
+        task = add<RecordingTask>("T");
         drain();
         // Joining the plan is itself recorded; each test starts from a clean change set.
         scenario->taskDifferenceEngine()->discardChanges();

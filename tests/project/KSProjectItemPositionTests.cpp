@@ -13,11 +13,11 @@ protected:
     void SetUp() override {
         ProjectTest::SetUp();
         // A (a1 (a11), a2), B
-        a = addTask("A");
-        a1 = addTask("a1", a.get());
-        a11 = addTask("a11", a1.get());
-        a2 = addTask("a2", a.get());
-        b = addTask("B");
+        a = add<RecordingTask>("A");
+        a1 = add<RecordingTask>("a1", a.get());
+        a11 = add<RecordingTask>("a11", a1.get());
+        a2 = add<RecordingTask>("a2", a.get());
+        b = add<RecordingTask>("B");
         drain();
     }
     std::shared_ptr<RecordingTask> a, a1, a11, a2, b;

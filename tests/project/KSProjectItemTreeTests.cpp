@@ -11,9 +11,9 @@ class ItemTreeTest : public ProjectTest {
 protected:
     void SetUp() override {
         ProjectTest::SetUp();
-        a = addTask("A");
-        b = addTask("B");
-        c = addTask("C");
+        a = add<RecordingTask>("A");
+        b = add<RecordingTask>("B");
+        c = add<RecordingTask>("C");
         drain();
     }
     std::shared_ptr<RecordingTask> a, b, c;
@@ -100,7 +100,7 @@ TEST_F(ItemTreeTest, MovingToAnotherParentIsAMoveThatUndoesToTheOldPlace) {
 }
 
 TEST_F(ItemTreeTest, AnItemCannotBeMovedIntoItsOwnSubtree) {
-    auto child = addTask("child", a.get());
+    auto child = add<RecordingTask>("child", a.get());
     drain();
     child->insertObjectInChildrenAtIndex(a, 0);
     a->insertObjectInChildrenAtIndex(a, 0);
@@ -140,7 +140,7 @@ TEST_F(ItemTreeTest, ReplacementUndoes) {
 }
 
 TEST_F(ItemTreeTest, InsertChildItemsKeepsTheGivenOrder) {
-    auto d = addTask("D");
+    auto d = add<RecordingTask>("D");
     drain();
     root().insertChildItemsAtIndex({a, b}, 4);
     EXPECT_EQ(titles(root()), "C D A B");
@@ -175,8 +175,8 @@ TEST_F(ItemTreeTest, ReorderTakesACompleteNewOrderOnly) {
 }
 
 TEST_F(ItemTreeTest, SortsRecursivelyWithAComparator) {
-    auto z = addTask("z", a.get());
-    auto y = addTask("y", a.get());
+    auto z = add<RecordingTask>("z", a.get());
+    auto y = add<RecordingTask>("y", a.get());
     root().reorderChildItems({c, b, a});
     drain();
     root().sortChildrenWithDescriptorsRecursively(
@@ -194,8 +194,8 @@ TEST_F(ItemTreeTest, ReplaceSelectedItemsWritesTheSortedItemsInOrder) {
 }
 
 TEST_F(ItemTreeTest, UngroupingDetachesChildrenAndUndoRestoresThem) {
-    auto x = addTask("x", a.get());
-    auto y = addTask("y", a.get());
+    auto x = add<RecordingTask>("x", a.get());
+    auto y = add<RecordingTask>("y", a.get());
     drain();
     // The item-tree form: a task refuses to stop being a non-empty group.
     static_cast<KSProjectItem&>(*a).setIsGroup(false);
@@ -251,7 +251,7 @@ TEST_F(ItemTreeTest, ObserversOfChildrenSetSeeInsertionsAndRemovals) {
         std::vector<std::string> kinds;
     } observer;
     root().addObserverForKeyPathOptionsContext(&observer, "childrenSet", 0, nullptr);
-    addTask("D");
+    add<RecordingTask>("D");
     root().removeObjectFromChildrenAtIndex(0);
     root().insertObjectInChildrenAtIndex(b, 2);
     root().removeObserver(&observer);

@@ -127,7 +127,7 @@ TEST_F(StylesTest, GanttSettersAreUndoableWithTheirActionNames) {
 }
 
 TEST_F(StylesTest, AnItemStyleCascadesFromTheBaseAndIsOwnedUnderStyle) {
-    auto task = addTask("Survey");
+    auto task = add<RecordingTask>("Survey");
     auto style = task->style();
     ASSERT_NE(style, nullptr);
     EXPECT_EQ(task->style(), style);
@@ -156,7 +156,7 @@ TEST_F(StylesTest, TheRootStyleIndentsChildrenAndHasNoOwner) {
 }
 
 TEST_F(StylesTest, StyleDictRoundTripsAndIsAnUndoableChangeOfTheItem) {
-    auto task = addTask("Survey");
+    auto task = add<RecordingTask>("Survey");
     drain();
     EXPECT_TRUE(task->styleDict().isNull());
     task->style()->setValueForAttribute(KSValue(true), HLBoldStyleAttribute);
@@ -164,7 +164,7 @@ TEST_F(StylesTest, StyleDictRoundTripsAndIsAnUndoableChangeOfTheItem) {
     ASSERT_TRUE(dict.isDictionary());
     drain();
 
-    auto other = addTask("Audit");
+    auto other = add<RecordingTask>("Audit");
     other->setStyleDict(dict);
     EXPECT_EQ(other->style()->localValueForAttribute(HLBoldStyleAttribute), KSValue(true));
     EXPECT_EQ(other->valueForKey("styleDict"), dict);
@@ -179,7 +179,7 @@ TEST_F(StylesTest, StyleDictRoundTripsAndIsAnUndoableChangeOfTheItem) {
 }
 
 TEST_F(StylesTest, ItemStyleChangesReachTheTaskEngine) {
-    auto task = addTask("Survey");
+    auto task = add<RecordingTask>("Survey");
     drain();
     scenario->taskDifferenceEngine()->discardChanges();
     task->style()->setValueForAttribute(KSValue(true), HLItalicStyleAttribute);
@@ -187,7 +187,7 @@ TEST_F(StylesTest, ItemStyleChangesReachTheTaskEngine) {
 }
 
 TEST_F(StylesTest, NotesAreMadeUnderTheProjectsNoteStyle) {
-    auto task = addTask("Survey");
+    auto task = add<RecordingTask>("Survey");
     auto note = task->notes();
     ASSERT_NE(note, nullptr);
     EXPECT_EQ(note->baseStyle(), project->noteStyle());

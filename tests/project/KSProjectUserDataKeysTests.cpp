@@ -19,7 +19,7 @@ protected:
         for (const char* key : {"Owner", "Phase", "Cost centre"})
             project->changeUserInfoKeyFromToInArray(std::nullopt, std::string(key),
                                                     project->taskUserDataKeys());
-        task = addTask("Write");
+        task = add<RecordingTask>("Write");
         task->setUserDataForKey(std::string("Ann"), "Phase");
         drain();
         undo().removeAllActions();

@@ -12,8 +12,6 @@
 namespace kestrum::test {
 namespace {
 
-constexpr double kHour = 3600.0;
-
 // Records will/did notices of the keys it observes, in order ("will:key", "did:key").
 class AnchorNotices : public KSBaseObject {
 public:
@@ -36,13 +34,6 @@ protected:
         }
         KSClock::useSystemClock();
         ProjectTest::TearDown();
-    }
-    std::shared_ptr<KSTask> task(const std::string& title, double hours) {
-        auto t = std::make_shared<KSTask>();
-        t->setTitle(title);
-        root().insertObjectInChildrenAtIndex(t, root().countOfChildren());
-        t->setEffort(hours * kHour);
-        return t;
     }
     // Starts recording the notices of the side and of generic dates.
     void recordNotices() {

@@ -9,8 +9,6 @@
 namespace kestrum::test {
 namespace {
 
-constexpr double kHour = 3600.0;
-
 class DayIndexTest : public ProjectTest {
 protected:
     // Monday 3 March 2025.

@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 
 #include "Model/changes/KSDifferenceEngine.h"
+#include "Model/engine/KSCriticalPath.h"
 #include "Model/resources/KSResource.h"
+#include "Model/tasks/KSDependency.h"
 #include "ProjectFixture.h"
 
 namespace kestrum::test {
@@ -12,8 +14,8 @@ class EditCycleTest : public ProjectTest {
 protected:
     void SetUp() override {
         ProjectTest::SetUp();
-        a = addTask("A");
-        b = addTask("B");
+        a = add<RecordingTask>("A");
+        b = add<RecordingTask>("B");
         drain();
         a->recomputeCount = 0;
         b->recomputeCount = 0;
@@ -30,11 +32,16 @@ protected:
     KSNotificationCenter::Token token = 0;
 };
 
+// Real edits of real tasks: each setter invalidates dates, which marks the task (and the
+// group around it) for the next pass and tells the scenario that the plan changed.
 TEST_F(EditCycleTest, EditsInOneGroupCostOnePassAndOneNotification) {
-    a->setEffort(1);
-    b->setEffort(2);
-    a->setEffort(3);
-    EXPECT_EQ(scenario->tasksNeedingRevalidation().size(), 2u);
+    a->setEffort(1 * kHour);
+    b->setEffort(2 * kHour);
+    a->setEffort(3 * kHour);
+    EXPECT_TRUE(scenario->tasksNeedingRevalidation().contains(a.get()));
+    EXPECT_TRUE(scenario->tasksNeedingRevalidation().contains(b.get()));
+    EXPECT_TRUE(scenario->tasksNeedingRevalidation().contains(&root()));
+    EXPECT_EQ(scenario->tasksNeedingRevalidation().size(), 3u);
     EXPECT_EQ(KSRunLoop::current().pendingCallCount(), 2u);  // one recompute, one notice
     KSRunLoop::current().runOnce();
     EXPECT_EQ(a->recomputeCount, 1);
@@ -48,9 +55,39 @@ TEST_F(EditCycleTest, EditsInOneGroupCostOnePassAndOneNotification) {
     EXPECT_EQ(changeNotifications, 1);
 }
 
+// Whatever the edit (effort, a new link, a lock), the change notice comes once per pass
+// of the event loop, after that pass recomputed the dates; a pass without an edit posts
+// nothing, and undoing is an edit too.
+TEST_F(EditCycleTest, RealEditsPostOneChangeNoticePerPassAfterRecomputing) {
+    std::vector<bool> settled;
+    int token = 0;
+    KSNotificationCenter::defaultCenter().addObserver(
+        &token, KSProjectDidChangeNotification, scenario.get(), [&](const KSNotification&) {
+            settled.push_back(scenario->tasksNeedingRevalidation().empty());
+        });
+    a->setEffort(2 * kHour);
+    KSDependency::dependencyWithPrerequisiteAndDependent(a.get(), b.get());
+    b->setIsEndDateLocked(true);
+    EXPECT_EQ(changeNotifications, 0);
+    KSRunLoop::current().runOnce();
+    EXPECT_EQ(changeNotifications, 1);
+    EXPECT_EQ(a->recomputeCount, 1);
+    EXPECT_EQ(b->recomputeCount, 1);
+    b->setIsEndDateLocked(false);
+    KSRunLoop::current().runOnce();
+    EXPECT_EQ(changeNotifications, 2);
+    drain();
+    EXPECT_EQ(changeNotifications, 2);
+    undo().undo();
+    drain();
+    EXPECT_EQ(changeNotifications, 3);
+    EXPECT_EQ(settled, (std::vector<bool>{true, true, true}));
+    KSNotificationCenter::defaultCenter().removeObserver(&token);
+}
+
 TEST_F(EditCycleTest, ClosingTheGroupRecomputesBeforeTheDeferredCall) {
     undo().beginUndoGrouping();
-    a->setEffort(4);
+    a->setEffort(4 * kHour);
     EXPECT_EQ(a->recomputeCount, 0);
     undo().endUndoGrouping();
     EXPECT_EQ(a->recomputeCount, 1);
@@ -65,7 +102,7 @@ TEST_F(EditCycleTest, TasksDirtiedDuringAPassRunInThatPassWithoutANewCall) {
         if (once) b->_needsSchedulingRecomputation();
         once = false;
     };
-    a->setEffort(5);
+    a->setEffort(5 * kHour);
     KSRunLoop::current().runOnce();
     EXPECT_EQ(a->recomputeCount, 1);
     EXPECT_EQ(b->recomputeCount, 1);
@@ -78,8 +115,8 @@ TEST_F(EditCycleTest, LevelingRunsAtMostOncePerPassEvenWhenItDirtiesTasks) {
     drain();
     scenario->levelCount = 0;
     scenario->onLevel = [&] { a->_needsSchedulingRecomputation(); };
-    a->setEffort(6);
-    b->setEffort(6);
+    a->setEffort(6 * kHour);
+    b->setEffort(6 * kHour);
     KSRunLoop::current().runOnce();
     EXPECT_EQ(scenario->levelCount, 1);
     EXPECT_TRUE(scenario->levelAllTasks);
@@ -90,7 +127,7 @@ TEST_F(EditCycleTest, LevelingRunsAtMostOncePerPassEvenWhenItDirtiesTasks) {
 }
 
 TEST_F(EditCycleTest, NoLevelingWithoutAutomaticLeveling) {
-    a->setEffort(7);
+    a->setEffort(7 * kHour);
     drain();
     EXPECT_EQ(scenario->levelCount, 0);
 }
@@ -100,7 +137,7 @@ TEST_F(EditCycleTest, DelayedLevelingRunsWhenTheDelayEnds) {
     drain();
     scenario->levelCount = 0;
     scenario->setDelayAutoleveling(true);
-    a->setEffort(8);
+    a->setEffort(12 * kHour);
     drain();
     EXPECT_EQ(scenario->levelCount, 0);
     EXPECT_TRUE(scenario->tasksScheduledWhileAutolevelingDelayed());
@@ -112,7 +149,7 @@ TEST_F(EditCycleTest, DelayedLevelingRunsWhenTheDelayEnds) {
 }
 
 TEST_F(EditCycleTest, TheUndoGroupPairBracketsTheTaskOnUndoAndRedo) {
-    a->setEffort(9);
+    a->setEffort(9 * kHour);
     scenario->taskNeedsUndoNotification(*a);
     scenario->taskNeedsUndoNotification(*a);  // once per group
     ASSERT_NE(scenario->tasksNeedingUndoNotification(), nullptr);
@@ -125,14 +162,14 @@ TEST_F(EditCycleTest, TheUndoGroupPairBracketsTheTaskOnUndoAndRedo) {
     a->groupCalls.clear();
     a->recomputeCount = 0;
     undo().undo();
-    EXPECT_EQ(a->effort(), 0.0);
+    EXPECT_EQ(a->effort(), KSDefaultTaskEffort);
     EXPECT_EQ(a->groupCalls, (std::vector<std::string>{"open", "close"}));
     EXPECT_EQ(a->recomputeCount, 1);  // the undo's own group closing recomputed
     EXPECT_EQ(scenario->tasksNeedingUndoNotification(), nullptr);
 
     a->groupCalls.clear();
     undo().redo();
-    EXPECT_EQ(a->effort(), 9.0);
+    EXPECT_EQ(a->effort(), 9 * kHour);
     EXPECT_EQ(a->groupCalls, (std::vector<std::string>{"open", "close"}));
     drain();
 }
@@ -159,9 +196,10 @@ TEST_F(EditCycleTest, RenumberingAsksForAPassWhileNoTaskWaits) {
     scenario->tasksNeedRenumbering();
     scenario->tasksNeedRenumbering();
     EXPECT_EQ(KSRunLoop::current().pendingCallCount(), 2u);
-    a->setEffort(2);  // the set was empty, so this edit asks for its own call too
+    // The set was empty, so this edit asks for its own call too, and for the change notice.
+    a->setEffort(2 * kHour);
     EXPECT_EQ(KSRunLoop::current().pendingCallCount(), 4u);
-    b->setEffort(2);  // the set is not empty any more: no further call
+    b->setEffort(2 * kHour);  // the set is not empty, the notice pending: no further call
     EXPECT_EQ(KSRunLoop::current().pendingCallCount(), 4u);
     drain();
     EXPECT_FALSE(KSRunLoop::current().hasPendingWork());
@@ -209,7 +247,7 @@ TEST_F(EditCycleTest, CriticalPathsAreRecalculatedAndUndoable) {
     scenario->addCriticalPath(replacement);
     EXPECT_EQ(scenario->criticalPaths().size(), 2u);
     EXPECT_EQ(a->criticalPathRoot(), replacement.get());
-    b->setEffort(1);
+    b->setEffort(1 * kHour);
     KSRunLoop::current().runOnce();
     EXPECT_EQ(replacement->count, 3);  // added, then the deferred pass and the group close
     drain();

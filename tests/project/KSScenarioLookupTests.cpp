@@ -10,32 +10,21 @@
 namespace kestrum::test {
 namespace {
 
-constexpr double kHour = 3600.0;
-
 // A plan as a file would give it, with ids:
 //   1 A (10)   2 B (11, group)   2.1 B1 (12)   2.2 B2 (13, group)   2.2.1 B2a (14)   3 C (15)
 class LookupTest : public ProjectTest {
 protected:
     void SetUp() override {
         ProjectTest::SetUp();
-        a = task("A", 10);
-        b = task("B", 11);
+        a = identifiedTask("A", 10);
+        b = identifiedTask("B", 11);
         b->setIsGroup(true);
-        b1 = task("B1", 12, b);
-        b2 = task("B2", 13, b);
+        b1 = identifiedTask("B1", 12, b);
+        b2 = identifiedTask("B2", 13, b);
         b2->setIsGroup(true);
-        b2a = task("B2a", 14, b2);
-        c = task("C", 15);
+        b2a = identifiedTask("B2a", 14, b2);
+        c = identifiedTask("C", 15);
         drain();
-    }
-    std::shared_ptr<KSTask> task(const std::string& title, TMObjectId id,
-                                 const std::shared_ptr<KSTask>& parent = nullptr) {
-        auto t = std::make_shared<KSTask>();
-        t->setObjectId(id);
-        t->setTitle(title);
-        KSTask& into = parent ? *parent : root();
-        into.insertObjectInChildrenAtIndex(t, into.countOfChildren());
-        return t;
     }
     static std::string titles(const std::vector<std::shared_ptr<KSTask>>& tasks) {
         std::string text;

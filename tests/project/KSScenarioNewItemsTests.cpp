@@ -11,18 +11,8 @@
 namespace kestrum::test {
 namespace {
 
-constexpr double kHour = 3600.0;
-
 class NewItemsTest : public ProjectTest {
 protected:
-    std::shared_ptr<KSTask> task(const std::string& title,
-                                 const std::shared_ptr<KSTask>& parent = nullptr) {
-        auto t = std::make_shared<KSTask>();
-        t->setTitle(title);
-        KSTask& into = parent ? *parent : root();
-        into.insertObjectInChildrenAtIndex(t, into.countOfChildren());
-        return t;
-    }
     std::shared_ptr<KSResource> addResource(const std::shared_ptr<KSResource>& resource) {
         KSResource& into = *scenario->rootResource();
         if (!into.isGroup()) into.setIsGroup(true);

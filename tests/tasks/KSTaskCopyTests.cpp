@@ -1,5 +1,5 @@
 // Copies through the file form keep every field.
-#include "PlanBuilder.h"
+#include "support/PlanFixture.h"
 
 namespace kestrum::test {
 namespace {
@@ -8,7 +8,7 @@ class TaskCopyTest : public PlanTest {};
 
 TEST_F(TaskCopyTest, ACopyKeepsEveryField) {
     project->setTaskUserDataKeys({"Owner"});
-    auto t = task("Design", nullptr, 6.0);
+    auto t = task("Design", 6.0);
     t->setMaxEffortEstimate(10 * kHour);
     t->setEffortDone(2 * kHour);
     t->setPriority(7);
@@ -45,9 +45,9 @@ TEST_F(TaskCopyTest, AGroupCopiesWithOrWithoutItsSubtasks) {
     auto g = group("G");
     auto gate = milestone("Gate", g);
     gate->setCompleted(1.0);
-    task("A", g, 3.0);
+    task("A", 3.0, g);
     auto inner = group("Inner", g);
-    task("B", inner, 2.0);
+    task("B", 2.0, inner);
 
     auto whole = g->copyIncludingSubtasks(true);
     ASSERT_TRUE(whole);
@@ -66,7 +66,7 @@ TEST_F(TaskCopyTest, AGroupCopiesWithOrWithoutItsSubtasks) {
 }
 
 TEST_F(TaskCopyTest, ACopyJoinsTheTreeAsANewTask) {
-    auto t = task("T", nullptr, 4.0);
+    auto t = task("T", 4.0);
     auto c = t->copy();
     root().addChildTask(c);
     EXPECT_EQ(root().effort(), 8 * kHour);

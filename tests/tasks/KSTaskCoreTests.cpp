@@ -2,7 +2,7 @@
 #include "Model/changes/KSDifferenceEngine.h"
 #include "Model/engine/KSIssue.h"
 #include "Model/tasks/KSDependency.h"
-#include "PlanBuilder.h"
+#include "support/PlanFixture.h"
 
 namespace kestrum::test {
 namespace {
@@ -91,8 +91,8 @@ TEST_F(TaskCoreTest, LeavingThePlanRemovesLinksAndUndoBringsThemBack) {
 }
 
 TEST_F(TaskCoreTest, ALinkPushesItsDependentAndAChangeWalksOutward) {
-    auto a = task("A", nullptr, 8.0);
-    auto b = task("B", nullptr, 8.0);
+    auto a = task("A", 8.0);
+    auto b = task("B", 8.0);
     drain();
     EXPECT_EQ(b->startDate().dayNumber(), a->startDate().dayNumber());
     KSDependency::dependencyWithPrerequisiteAndDependentAndKind(a.get(), b.get(),
@@ -129,7 +129,7 @@ TEST_F(TaskCoreTest, JoiningAndLeavingAreToldToTheChangeEngine) {
 }
 
 TEST_F(TaskCoreTest, TouchingChunksRejoinWhenTheGroupCloses) {
-    auto t = task("Work", nullptr, 8.0);
+    auto t = task("Work", 8.0);
     drain();
     auto first = std::make_shared<KSTask>();
     first->setEffort(3 * kHour);

@@ -1,7 +1,7 @@
 // Date locks with their log lines and notifications, and the two constraint slots.
-#include "PlanBuilder.h"
 #include "Platform/core/KSLog.h"
 #include "Platform/core/KSNotificationCenter.h"
+#include "support/PlanFixture.h"
 
 namespace kestrum::test {
 namespace {

@@ -1,5 +1,6 @@
 // Flat and hierarchical numbers of a nested tree, before and after moves.
-#include "PlanBuilder.h"
+#include "support/NoticeRecorder.h"
+#include "support/PlanFixture.h"
 
 namespace kestrum::test {
 namespace {

@@ -1,7 +1,8 @@
 // Roll-up of effort, effort done, estimates and cost into groups; the effort setters.
 #include "Model/engine/KSIssue.h"
-#include "PlanBuilder.h"
 #include "Platform/core/KSNotificationCenter.h"
+#include "support/NoticeRecorder.h"
+#include "support/PlanFixture.h"
 
 namespace kestrum::test {
 namespace {
@@ -13,9 +14,9 @@ protected:
         PlanTest::SetUp();
         g1 = group("G1");
         g2 = group("G2", g1);
-        t1 = task("t1", g2, 8.0);
-        t2 = task("t2", g2, 4.0);
-        t3 = task("t3", g1, 2.0);
+        t1 = task("t1", 8.0, g2);
+        t2 = task("t2", 4.0, g2);
+        t3 = task("t3", 2.0, g1);
         drain();
     }
     std::shared_ptr<KSTask> g1, g2, t1, t2, t3;
@@ -140,7 +141,7 @@ TEST_F(TaskEffortTest, ThreeEstimatesGiveTheWeightedMean) {
 }
 
 TEST_F(TaskEffortTest, DoneAboveEffortRaisesItAndLowerEffortLowersDone) {
-    auto t = task("T", nullptr, 2.0);
+    auto t = task("T", 2.0);
     t->setEffortDone(3 * kHour);
     EXPECT_EQ(t->effort(), 3 * kHour);
     EXPECT_EQ(t->effortDone(), 3 * kHour);
@@ -193,7 +194,7 @@ TEST_F(TaskEffortTest, LeavingThePlanTakesTheIssueCountsAlong) {
 }
 
 TEST_F(TaskEffortTest, ChangingEffortMovesTheEndAndAnnouncesIt) {
-    auto t = task("T", nullptr, 8.0);
+    auto t = task("T", 8.0);
     drain();
     KSDateTime start = t->startDate();
     KSDateTime end = t->endDate();

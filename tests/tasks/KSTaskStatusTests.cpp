@@ -1,7 +1,7 @@
 // Due status against an injected today.
-#include "PlanBuilder.h"
 #include "Platform/core/KSClock.h"
 #include "Platform/styles/HLStyle.h"
+#include "support/PlanFixture.h"
 
 namespace kestrum::test {
 namespace {
@@ -75,7 +75,7 @@ TEST_F(TaskStatusTest, AGenericPlanHasNoDueStatus) {
 
 TEST_F(TaskStatusTest, AnOpenMilestoneKeepsItsGroupFromCompletion) {
     auto g = group("G");
-    auto work = task("Work", g, 8.0);
+    auto work = task("Work", 8.0, g);
     auto gate = milestone("Gate", g);
     work->setCompleted(1.0);
     EXPECT_EQ(g->effortDone(), g->effort());

@@ -1,6 +1,6 @@
 // Changes of task type and split state, and the enumerations' strings.
 #include "Model/tasks/KSDependency.h"
-#include "PlanBuilder.h"
+#include "support/PlanFixture.h"
 
 namespace kestrum::test {
 namespace {
@@ -57,7 +57,7 @@ TEST_F(TaskTypeTest, ATaskBecomesAMilestoneAtZeroUnlessItWasComplete) {
 
 TEST_F(TaskTypeTest, AGroupWithAChildStaysAGroup) {
     auto g = group("G");
-    task("A", g, 4.0);
+    task("A", 4.0, g);
     for (KSTaskType type : {taskTypeTask, taskTypeMilestone, taskTypeHammock}) {
         g->setTaskType(type);
         EXPECT_EQ(g->taskType(), taskTypeGroup);
@@ -87,7 +87,7 @@ TEST_F(TaskTypeTest, AHammockNeedsALinkIntoEachEnd) {
 
 TEST_F(TaskTypeTest, BecomingAGroupDropsLocksEffortAndLinksIntoTheEnd) {
     auto other = task("Other");
-    auto t = task("T", nullptr, 6.0);
+    auto t = task("T", 6.0);
     auto link = KSDependency::dependencyWithPrerequisiteAndDependentAndKind(
         other.get(), t.get(), KSDependencyFinishToFinish);
     t->setIsEndDateLocked(true);
@@ -106,7 +106,7 @@ TEST_F(TaskTypeTest, BecomingAGroupDropsLocksEffortAndLinksIntoTheEnd) {
 }
 
 TEST_F(TaskTypeTest, ASplitTaskHoldsItsChunksAndRejoinsToAPlainTask) {
-    auto t = task("Work", nullptr, 8.0);
+    auto t = task("Work", 8.0);
     auto first = std::make_shared<KSTask>();
     first->setEffort(5 * kHour);
     auto second = std::make_shared<KSTask>();
