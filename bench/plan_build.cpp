@@ -26,71 +26,20 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdlib>
 #include <memory>
-#include <new>
-#include <optional>
 #include <random>
-#include <string>
 #include <vector>
 
-#include "Model/project/KSDocumentProtocol.h"
-#include "Model/project/KSProject.h"
-#include "Model/project/KSScenario.h"
+#include "BenchSupport.h"
 #include "Model/tasks/KSDependency.h"
-#include "Model/tasks/KSTask.h"
-#include "Platform/core/KSError.h"
-#include "Platform/core/KSUndoManager.h"
-
-// --- Counting heap allocations --------------------------------------------------------------
-namespace {
-
-std::atomic<std::size_t> gAllocations{0};
-
-// Out of line, so that the compiler does not see a block from operator new reach free().
-[[gnu::noinline]] void* countingAllocate(std::size_t size) {
-    gAllocations.fetch_add(1, std::memory_order_relaxed);
-    return std::malloc(size ? size : 1);
-}
-
-[[gnu::noinline]] void release(void* pointer) {
-    std::free(pointer);
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    if (void* p = countingAllocate(size)) return p;
-    throw std::bad_alloc();
-}
-void* operator new[](std::size_t size) {
-    return operator new(size);
-}
-void operator delete(void* pointer) noexcept {
-    release(pointer);
-}
-void operator delete[](void* pointer) noexcept {
-    release(pointer);
-}
-void operator delete(void* pointer, std::size_t) noexcept {
-    release(pointer);
-}
-void operator delete[](void* pointer, std::size_t) noexcept {
-    release(pointer);
-}
 
 using namespace kestrum;
+using namespace kestrum::bench;
 
 namespace {
 
-constexpr double kHour = 3600.0;
 constexpr int kGroupSize = 50;
-
-bool smoke() {
-    const char* value = std::getenv("KESTRUM_BENCH_SMOKE");
-    return value && *value && std::string(value) != "0";
-}
 
 // KESTRUM_BENCH_PLAN_TASKS asks for another size, e.g. a small one to run under a profiler.
 int planSize() {
@@ -99,36 +48,6 @@ int planSize() {
     }
     return smoke() ? 500 : 10000;
 }
-
-class BenchDocument : public KSDocumentProtocol {
-public:
-    KSUndoManager* undoManager() override { return &undo; }
-    std::optional<std::string> fileURL() const override { return std::nullopt; }
-    std::optional<std::string> savingToURL() const override { return std::nullopt; }
-    void presentError(const KSError&) override {}
-    void setShowHeadingNumbers(bool) override {}
-    void resourceLoadSubscriptionFlagDidChange() override {}
-
-    KSUndoManager undo;
-};
-
-// An empty plan anchored on a Monday. Undo registration is off, as while a file is read.
-struct Plan {
-    BenchDocument document;
-    std::shared_ptr<KSProject> project;
-    std::shared_ptr<KSScenario> scenario;
-    std::vector<std::shared_ptr<KSTask>> tasks;
-
-    Plan() {
-        document.undo.disableUndoRegistration();
-        project = std::make_shared<KSProject>(&document);
-        scenario = std::make_shared<KSScenario>();
-        project->addScenario(scenario);
-        scenario->setStartDate(KSDateTime(8456, 8 * kHour));  // Monday 26 February 2024
-    }
-    ~Plan() { project->invalidate(); }
-    KSTask& root() { return *scenario->rootTask(); }
-};
 
 enum Shape { kSpread = 0, kLocal = 1 };
 
@@ -235,10 +154,10 @@ void runBuild(benchmark::State& state, const Blueprint& blueprint, Build build) 
         state.PauseTiming();
         plan.reset();
         plan = std::make_unique<Plan>();
-        const std::size_t before = gAllocations.load(std::memory_order_relaxed);
+        const std::size_t before = allocationCount();
         state.ResumeTiming();
         build(*plan, blueprint);
-        allocations += gAllocations.load(std::memory_order_relaxed) - before;
+        allocations += allocationCount() - before;
     }
     report(state, *plan, allocations, blueprint.links.size());
     plan.reset();
