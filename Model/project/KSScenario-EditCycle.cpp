@@ -56,7 +56,23 @@ void KSScenario::recomputeSchedulingForTasks() {
     recomputeNumericalOrder();
     bool leveled = !nonretainedProject_->autoLevelResources();
     flags_.isRecomputingScheduling = true;
+    // A change travels one task further per round at most, so a plan settles within as
+    // many rounds as it has tasks. Hammocks linked to each other can feed one another's
+    // length for ever; past that bound the cycle stops rather than hang the application,
+    // and the tasks still waiting keep the dates they have.
+    std::size_t rounds = 0;
+    std::size_t bound = 0;
     while (!tasksNeedingRevalidation_.empty()) {
+        if (++rounds > 64) {
+            if (bound == 0) bound = (rootTask_ ? rootTask_->recursiveChildrenCount() : 0) + 64;
+            if (rounds > bound) {
+                KSLog("%@: scheduling did not settle after %d rounds; %d tasks keep their dates",
+                      name(), static_cast<long long>(bound),
+                      static_cast<long long>(tasksNeedingRevalidation_.size()));
+                tasksNeedingRevalidation_.takeAll();
+                break;
+            }
+        }
         // Tasks dirtied by this batch join the emptied set and run in the next round.
         std::vector<std::shared_ptr<KSTask>> batch = tasksNeedingRevalidation_.takeAll();
         for (const auto& task : batch)
