@@ -199,8 +199,9 @@ KSAssignmentList KSAssignment::assignmentsForStringOnTaskInstantiate(std::string
             KSValue value;
             std::string error;
             if (formatter.getObjectValueForString(&value, *item.amount, &error)) {
+                // An amount such as "nan" or "inf" reads as no number: no assignment.
                 if (auto parsed = value.asObjectOfType<KSAssignedUnitsValue>())
-                    units = parsed->units();
+                    units = std::isfinite(parsed->units()) ? parsed->units() : 0.0;
             }
         }
         assignItem(targets, resource.get(), units, item.specifics, instantiate, readSpecifics,

@@ -1,6 +1,7 @@
 #include "Model/resources/KSAssignment.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "Model/project/KSScenario.h"
@@ -57,7 +58,8 @@ std::shared_ptr<KSAssignment> KSAssignment::_make(KSTask* task, double units,
 
 std::shared_ptr<KSAssignment> KSAssignment::assignmentWithTaskAndUnitsOfResource(
     KSTask* task, double units, KSResource* resource) {
-    if (!task || !resource || units <= 0.0) return nullptr;
+    // Units that are no number (NaN) make nothing, as 0 does; infinite units are refused too.
+    if (!task || !resource || !(units > 0.0) || !std::isfinite(units)) return nullptr;
     // Assignments on a split task are always made on the whole.
     if (task->isSplitChunk() && !task->isLoading() && task->parentTask()) task = task->parentTask();
     if (task->isGroup() && !task->isSplitTask()) {
@@ -148,6 +150,8 @@ void KSAssignment::duplicateAssignmentsToTask(const KSAssignmentList& assignment
 // --- Units -----------------------------------------------------------------------------------
 
 void KSAssignment::setUnitsAssigned(double units) {
+    // A value that is no finite number changes nothing rather than removing the assignment.
+    if (!std::isfinite(units)) return;
     KSResource* resource = nonretainedResource_;
     KSTask* task = nonretainedTask_;
     bool loading = task && task->isLoading();

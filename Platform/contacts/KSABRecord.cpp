@@ -111,6 +111,27 @@ std::string newUniqueId() {
     return "urn:uuid:" + KSUUIDString();
 }
 
+// Cards of version 3.0 and 2.1 are read with the 4.0 grammar: the first line that is a
+// VERSION property of one of them says 4.0 instead. Only a whole line counts, so that
+// the same letters inside another value stay as they are.
+std::string withVersionFour(std::string_view text) {
+    std::string input(text);
+    for (std::size_t line = 0; line < input.size();) {
+        std::size_t end = input.find('\n', line);
+        if (end == std::string::npos) end = input.size();
+        std::size_t valueEnd = end > line && input[end - 1] == '\r' ? end - 1 : end;
+        if (valueEnd - line == 11 && sameName(input.substr(line, 8), "VERSION:")) {
+            std::string_view value = std::string_view(input).substr(line + 8, 3);
+            if (value == "3.0" || value == "2.1") {
+                input.replace(line + 8, 3, "4.0");
+                break;
+            }
+        }
+        line = end + 1;
+    }
+    return input;
+}
+
 }  // namespace
 
 const KSClassInfo& KSABRecord::staticClassInfo() {
@@ -146,12 +167,7 @@ KSABRecord::~KSABRecord() = default;
 std::shared_ptr<KSABRecord> KSABRecord::recordWithVCardString(std::string_view text,
                                                               std::string* error) {
     quietLibrary();
-    std::string input(text);
-    // Cards of version 3.0 are read with the 4.0 grammar.
-    for (const char* old : {"VERSION:3.0", "VERSION:2.1"}) {
-        std::size_t at = input.find(old);
-        if (at != std::string::npos) input.replace(at, 11, "VERSION:4.0");
-    }
+    std::string input = withVersionFour(text);
     std::shared_ptr<belcard::BelCard> card;
     try {
         card = belcard::BelCardParser::getInstance()->parseOne(input);

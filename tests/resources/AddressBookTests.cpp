@@ -183,5 +183,24 @@ TEST(ABRecord, MalformedTextGivesNoRecordAndNoCrash) {
     EXPECT_EQ(back->uniqueId(), made->uniqueId());
 }
 
+TEST(ABRecord, OnlyTheVersionLineOfAnOlderCardIsRaised) {
+    std::string error;
+    // Version 2.1 and 3.0 cards read with the 4.0 grammar; the same letters inside a value
+    // stay as written, so the id reads the same again after the card is written back.
+    auto card = KSABRecord::recordWithVCardString(
+        "BEGIN:VCARD\r\nVERSION:2.1\r\nUID:urn:x-VERSION:2.1-y\r\nFN:Ann\r\n"
+        "NOTE:VERSION:3.0\r\nEND:VCARD\r\n",
+        &error);
+    ASSERT_TRUE(card) << error;
+    EXPECT_EQ(card->uniqueId(), "urn:x-VERSION:2.1-y");
+    auto again = KSABRecord::recordWithVCardString(card->vCardString(), &error);
+    ASSERT_TRUE(again) << error;
+    EXPECT_EQ(again->uniqueId(), card->uniqueId());
+    // A lower-case property name, as some exporters write, is a version line too.
+    EXPECT_TRUE(KSABRecord::recordWithVCardString(
+        "BEGIN:VCARD\nversion:3.0\nUID:b\nFN:Bob\nEND:VCARD\n", &error))
+        << error;
+}
+
 }  // namespace
 }  // namespace kestrum::test

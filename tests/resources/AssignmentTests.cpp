@@ -6,6 +6,8 @@
 // The plan starts on Monday 8 January 2024 on the standard week (8-12, 13-17).
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "Model/engine/KSIssue.h"
 #include "Model/resources/KSAssignment.h"
 #include "Model/resources/KSResource.h"
@@ -71,10 +73,14 @@ TEST_F(AssignmentTest, ZeroUnitsMakeNothingAndSettingZeroRemovesWithUndo) {
     auto a = task("A", 8);
     EXPECT_EQ(assign(a, 0.0, ann), nullptr);
     EXPECT_EQ(assign(a, -1.0, ann), nullptr);
+    EXPECT_EQ(assign(a, std::nan(""), ann), nullptr);
+    EXPECT_EQ(assign(a, HUGE_VAL, ann), nullptr);
     EXPECT_TRUE(a->assignments().empty());
 
     auto made = assign(a, 0.75, ann);
     drain();
+    made->setUnitsAssigned(std::nan(""));  // no number: nothing changes
+    EXPECT_EQ(made->unitsAssigned(), 0.75);
     made->setUnitsAssigned(0.0);
     EXPECT_TRUE(a->assignments().empty());
     drain();
@@ -220,6 +226,12 @@ TEST_F(AssignmentTest, TextThatDoesNotParseStopsWhereItBreaks) {
     // An amount that does not read leaves one unit.
     a->setAssignedResourcesString("Ann {lots}");
     EXPECT_EQ(a->assignments()[0]->unitsAssigned(), 1.0);
+    // A material's amount is the number the text starts with; "nan" and "inf" are none.
+    resource("Sand")->setResourceType(KSResourceType::material());
+    a->setAssignedResourcesString("Sand {nAnno}; Ann");
+    EXPECT_EQ(text(a), "Ann");
+    a->setAssignedResourcesString("Sand {inf}");
+    EXPECT_TRUE(a->assignments().empty());
     // Empty and odd texts make nothing and do not fail.
     for (const char* odd : {"", " ; ", "{}", "[]]", ";;;{"}) {
         a->setAssignedResourcesString(odd);
