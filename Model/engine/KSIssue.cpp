@@ -1,7 +1,14 @@
 #include "Model/engine/KSIssue.h"
 
+#include <fstream>
+#include <iterator>
+
+#include "Model/formatters/KSDateFormatter.h"
+#include "Model/project/KSScenario.h"
 #include "Model/tasks/KSTask.h"
+#include "Platform/core/KSFormat.h"
 #include "Platform/core/KSLocalization.h"
+#include "Platform/core/KSLog.h"
 
 namespace kestrum {
 
@@ -59,6 +66,65 @@ int KSIssue::compareByType(const KSIssue& other) const {
     int a = type();
     int b = other.type();
     return a < b ? -1 : (a > b ? 1 : 0);
+}
+
+namespace {
+
+constexpr const char* kViolationsFolder = "ViolationsInfo";
+
+// The text of "<name>.html" in the violations folder, or null with a reason; `baseURL`
+// gets the folder's URL (the first folder searched when none holds it).
+std::optional<std::string> violationsHTML(const std::string& name, std::string* baseURL,
+                                          std::string* reason) {
+    std::optional<std::string> folder = KSLocalization::pathForResource(kViolationsFolder);
+    std::string path =
+        folder.value_or(KSLocalization::resourceFolders().front() + "/" + kViolationsFolder);
+    if (baseURL) *baseURL = "file://" + path + "/";
+    std::ifstream file(path + "/" + name + ".html", std::ios::binary);
+    if (!file) {
+        *reason = "The file \"" + name + ".html\" couldn't be opened.";
+        return std::nullopt;
+    }
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+std::string loadedOrMissing(const std::string& name, std::string* baseURL) {
+    std::string url;
+    std::string reason;
+    std::optional<std::string> html = violationsHTML(name, &url, &reason);
+    if (baseURL) *baseURL = url;
+    if (html) return *html;
+    KSLog("Unable to load violations HTML from %@: %@", url + name + ".html", reason);
+    return "<h1>HTML Missing</h1>";
+}
+
+// The page's text, or its stand-in, with the stylesheet link "css.css" made "css-Mac.css".
+std::string pageWithStylesheet(const std::string& name, std::string* baseURL) {
+    std::string html = loadedOrMissing(name, baseURL);
+    for (std::size_t at = html.find("css.css"); at != std::string::npos;
+         at = html.find("css.css", at + 11)) {
+        html.replace(at, 7, "css-Mac.css");
+    }
+    return html;
+}
+
+}  // namespace
+
+std::string KSIssue::longDescriptionHTMLAndBaseURL(std::string* baseURL) const {
+    std::optional<std::string> file = longDescriptionHTMLFile();
+    return resultHTMLStringForRawHTMLString(pageWithStylesheet(file.value_or(""), baseURL));
+}
+
+std::string KSIssue::noViolationsHTMLAndBaseURL(std::string* baseURL) {
+    return pageWithStylesheet("Blank", baseURL);
+}
+
+std::string KSIssue::stringForDate(const KSDateTime& date) const {
+    KSScenario* scenario = task() ? task()->scenario() : nullptr;
+    if (scenario && scenario->sharedDateFormatter())
+        return scenario->sharedDateFormatter()->stringForDate(date);
+    KSDateFormatter formatter;
+    return formatter.stringForDate(date);
 }
 
 std::string KSMaximumEffortExceededError::shortDescription() const {

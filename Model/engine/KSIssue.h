@@ -23,6 +23,7 @@
 
 namespace kestrum {
 
+class KSDateTime;
 class KSTask;
 
 // How serious an issue is; errors sort first.
@@ -77,6 +78,16 @@ public:
     virtual bool shouldBeRegisteredForUndo() const { return false; }
     // Orders by type, so that errors come before warnings.
     int compareByType(const KSIssue& other) const;
+
+    // The long description: the file "<longDescriptionHTMLFile>.html" of the resource folder
+    // "ViolationsInfo" filled in by resultHTMLStringForRawHTMLString; `baseURL` gets the
+    // folder's file URL. A file that cannot be read is logged and "<h1>HTML Missing</h1>"
+    // stands in; the stylesheet link "css.css" becomes "css-Mac.css".
+    std::string longDescriptionHTMLAndBaseURL(std::string* baseURL) const;
+    // The "Blank" page of the same folder, shown when nothing is wrong (not filled in).
+    static std::string noViolationsHTMLAndBaseURL(std::string* baseURL);
+    // A date as the task's plan prints it.
+    std::string stringForDate(const KSDateTime& date) const;
 
 private:
     static void _addIssueToTask(const std::shared_ptr<KSIssue>& issue, KSTask& task);

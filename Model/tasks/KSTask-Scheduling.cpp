@@ -187,6 +187,13 @@ void KSTask::_recomputeScheduling() {
     absoluteStartLimit();
     absoluteEndLimit();
     if (isHammockTask()) {
+        // A hammock's issues are raised from the dates just read, before its effort
+        // follows them: setting the effort empties the hammock's date caches, and reading
+        // them again in the middle of the pass would fill them from its neighbours'
+        // unsettled dates. The effort never moves a hammock's dates, so the issues are
+        // the same ones.
+        removeIssuesOfKind(KSIssue::schedulingIssueKind());
+        _computeSchedulingIssues();
         // A hammock's effort is the result of its dates.
         KSUndoManager* um = undoManager();
         if (um) um->disableUndoRegistration();
@@ -201,7 +208,10 @@ void KSTask::_recomputeScheduling() {
         owner->willChangeValueForKey("endDate");
         owner->didChangeValueForKey("endDate");
     }
-    removeIssuesOfKind(KSIssue::schedulingIssueKind());
+    if (!isHammockTask()) {
+        removeIssuesOfKind(KSIssue::schedulingIssueKind());
+        _computeSchedulingIssues();
+    }
     _checkStyle();
 }
 

@@ -747,6 +747,10 @@ public:
     void addIssuesToArray(std::vector<std::shared_ptr<KSIssue>>& array) const;
     // How many of the task's own issues are errors and warnings.
     void countIssues(int* errors, int* warnings) const;
+    // Raises the scheduling issues of the task's present dates (KSTask-Issues.cpp).
+    void _computeSchedulingIssues();
+    // Every task below this one: its scheduling issues removed and raised anew.
+    void recursivelyCheckSchedulingIssues();
 
 private:
     struct Flags {

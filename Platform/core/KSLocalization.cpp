@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -168,6 +169,19 @@ void KSLocalization::setAdditionalResourceFolders(std::vector<std::string> folde
 void KSLocalization::reset() {
     state().tables.clear();
     state().languages.reset();
+}
+
+std::vector<std::string> KSLocalization::resourceFolders() {
+    return kestrum::resourceFolders();
+}
+
+std::optional<std::string> KSLocalization::pathForResource(std::string_view relativePath) {
+    for (const std::string& folder : kestrum::resourceFolders()) {
+        std::string path = folder + "/" + std::string(relativePath);
+        std::error_code error;
+        if (std::filesystem::exists(path, error)) return path;
+    }
+    return std::nullopt;
 }
 
 }  // namespace kestrum

@@ -10,6 +10,7 @@
 // Without a translation the default text shows, or else the key.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,6 +37,11 @@ public:
     static void setAdditionalResourceFolders(std::vector<std::string> folders);
     // Drops the loaded tables so that they are read again.
     static void reset();
+    // The resource folders, searched in this order.
+    static std::vector<std::string> resourceFolders();
+    // The first resource folder holding `relativePath` (a file or a folder), joined with
+    // it; null when none does.
+    static std::optional<std::string> pathForResource(std::string_view relativePath);
 };
 
 }  // namespace kestrum
