@@ -114,6 +114,9 @@ DemoPlan::DemoPlan() : undo_(std::make_shared<KSUndoManager>()) {
     auto testing = addTask(*verify, "Testing", 24);
     auto fixes = addTask(*verify, "Fixes", 16);
     addLink(requirements, testPlan);
+    // The test lead booked Tuesday 4 June for the test plan, before the requirements are
+    // done on Tuesday evening: the lock holds and the plan carries an issue for it.
+    testPlan->setStartLockedDate(KSDateTime(kPlanStart.dayNumber() + 1, 8 * kHour));
     addLink(testPlan, testing);
     addLink(integration, testing);
     addLink(testing, fixes);

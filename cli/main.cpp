@@ -3,6 +3,8 @@
 //   kestrum --version
 //   kestrum demo [--json]     schedule a sample plan and print its tasks' dates, costs and
 //                             the resources assigned
+//   kestrum demo --issues     list the plan's issues instead
+//   kestrum demo --why TASK   what acts on one task (outline number or title), binding first
 //
 // Exit codes: 0 success, 1 failure while working, 2 usage error (also when no subcommand
 // is given: the usage then goes to standard error).
@@ -13,6 +15,7 @@
 
 #include "Platform/core/KSVersion.h"
 #include "cli/DemoPlan.h"
+#include "cli/PlanInspection.h"
 #include "cli/PlanReport.h"
 
 namespace {
@@ -22,14 +25,41 @@ constexpr int kExitOK = 0;
 constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 2;
 
-int runDemo(bool asJSON) {
-    kestrum::cli::DemoPlan plan;
-    plan.schedule();
-    kestrum::cli::PlanReport report = kestrum::cli::PlanReport::forScenario(plan.scenario());
+struct DemoOptions {
+    bool json = false;
+    bool issues = false;
+    std::string why;
+};
+
+template <class Report>
+void print(const Report& report, bool asJSON) {
     if (asJSON) {
         std::cout << report.json().dump(2) << '\n';
     } else {
-        std::cout << report.table();
+        std::cout << report.text();
+    }
+}
+
+int runDemo(const DemoOptions& options) {
+    kestrum::cli::DemoPlan plan;
+    plan.schedule();
+    if (!options.why.empty()) {
+        auto task = kestrum::cli::findTask(plan.scenario(), options.why);
+        if (!task) {
+            std::cerr << "kestrum: no task \"" << options.why
+                      << "\" in the plan (give an outline number such as 2.3, or a title)\n";
+            return kExitUsage;
+        }
+        print(kestrum::cli::WhyReport::forTask(*task), options.json);
+    } else if (options.issues) {
+        print(kestrum::cli::IssueList::forScenario(plan.scenario()), options.json);
+    } else {
+        kestrum::cli::PlanReport report = kestrum::cli::PlanReport::forScenario(plan.scenario());
+        if (options.json) {
+            std::cout << report.json().dump(2) << '\n';
+        } else {
+            std::cout << report.table();
+        }
     }
     for (const auto& error : plan.errors())
         std::cerr << "kestrum: " << error << '\n';
@@ -45,13 +75,21 @@ int main(int argc, char** argv) {
                          "Print the version and exit");
     app.require_subcommand(0, 1);
 
-    bool demoJSON = false;
+    DemoOptions demoOptions;
     CLI::App* demo = app.add_subcommand(
         "demo",
         "Schedule a sample plan with resources and print each task's outline number, "
         "title, start, end, total slack, cost and the resources assigned to it (dates as "
         "ISO local date-times, costs in US dollars)");
-    demo->add_flag("--json", demoJSON, "Print JSON instead of a table");
+    demo->add_flag("--json", demoOptions.json, "Print JSON instead of text");
+    auto* issues = demo->add_flag("--issues", demoOptions.issues,
+                                  "List every issue of the plan (task, error or warning, "
+                                  "short text) instead of the table");
+    demo->add_option("--why", demoOptions.why,
+                     "Print what acts on one task's date, the binding item first; TASK is an "
+                     "outline number (2.3) or a title")
+        ->option_text("TASK")
+        ->excludes(issues);
 
     try {
         app.parse(argc, argv);
@@ -59,7 +97,7 @@ int main(int argc, char** argv) {
         int code = app.exit(e);
         return code == 0 ? kExitOK : kExitUsage;
     }
-    if (demo->parsed()) return runDemo(demoJSON);
+    if (demo->parsed()) return runDemo(demoOptions);
     // No subcommand is a usage error, as a wrong argument is: scripts see it.
     std::cerr << app.help();
     return kExitUsage;

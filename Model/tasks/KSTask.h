@@ -753,6 +753,9 @@ public:
     void recursivelyCheckSchedulingIssues();
 
 private:
+    // Explains a task's place from its normalised constraint dates.
+    friend class KSTaskConstraint;
+
     struct Flags {
         unsigned isPrototype : 1 = 0;
         unsigned isSplitChunk : 1 = 0;

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <map>
 #include <string>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -52,13 +53,14 @@ TEST(DemoCommandTest, JSONHoldsEveryTaskWithItsDatesAndSlack) {
         double slackHours;
     };
     const Expected expected[] = {
-        {"1.1", "Requirements", "2024-06-03T08:00:00", "2024-06-04T17:00:00", 0},
+        // The test plan is locked on Tuesday morning, before the requirements are done.
+        {"1.1", "Requirements", "2024-06-03T08:00:00", "2024-06-04T17:00:00", -8},
         {"1.2", "Architecture", "2024-06-05T08:00:00", "2024-06-07T17:00:00", 0},
         {"2.1", "Backend", "2024-06-10T08:00:00", "2024-06-14T17:00:00", 0},
         // Start to start with a day's lead behind the back end.
         {"2.2", "Frontend", "2024-06-11T08:00:00", "2024-06-14T17:00:00", 0},
         {"2.3", "Integration", "2024-06-17T08:00:00", "2024-06-18T17:00:00", 0},
-        {"3.1", "Test plan", "2024-06-05T08:00:00", "2024-06-05T17:00:00", 72},
+        {"3.1", "Test plan", "2024-06-04T08:00:00", "2024-06-04T17:00:00", 0},
         {"3.3", "Fixes", "2024-06-24T08:00:00", "2024-06-25T17:00:00", 0},
         // Held to Monday 24 June by its constraint.
         {"4.1", "Documentation", "2024-06-24T08:00:00", "2024-06-25T17:00:00", 0},
@@ -122,7 +124,54 @@ TEST(DemoCommandTest, TheTableListsTheTasksInOutlineOrder) {
     EXPECT_NE(run.output.find("$"), std::string::npos);
 }
 
+TEST(DemoCommandTest, IssuesListTheLockedTestPlan) {
+    ToolRun run = runTool("demo --issues --json");
+    ASSERT_EQ(run.exitCode, 0);
+    nlohmann::json issues = nlohmann::json::parse(run.output);
+    EXPECT_EQ(issues["errors"], 1);
+    EXPECT_EQ(issues["warnings"], 0);
+    ASSERT_EQ(issues["issues"].size(), 1u);
+    EXPECT_EQ(issues["issues"][0]["outline"], "3.1");
+    EXPECT_EQ(issues["issues"][0]["type"], "error");
+    EXPECT_EQ(issues["issues"][0]["kind"], "Scheduling");
+    EXPECT_EQ(issues["issues"][0]["text"], "Locked date set before prerequisites complete");
+    EXPECT_EQ(runTool("demo --issues").output,
+              "3.1  Test plan  error  Locked date set before prerequisites complete\n"
+              "1 error, 0 warnings\n");
+}
+
+// Documentation waits for the integration (done 18 June) but its constraint holds it to
+// Monday 24 June: the constraint binds and comes first.
+TEST(DemoCommandTest, WhyListsWhatActsOnATaskBindingFirst) {
+    ToolRun run = runTool("demo --why 4.1 --json");
+    ASSERT_EQ(run.exitCode, 0);
+    nlohmann::json why = nlohmann::json::parse(run.output);
+    EXPECT_EQ(why["title"], "Documentation");
+    EXPECT_EQ(why["direction"], "as soon as possible");
+    std::vector<std::string> kinds;
+    std::vector<std::string> dates;
+    for (const auto& item : why["constraints"]) {
+        kinds.push_back(item["kind"]);
+        dates.push_back(item["date"]);
+    }
+    EXPECT_EQ(kinds,
+              (std::vector<std::string>{"constraint", "dependency", "group", "project date"}));
+    EXPECT_EQ(dates, (std::vector<std::string>{"2024-06-24T08:00:00", "2024-06-18T17:00:00",
+                                               "2024-06-03T08:00:00", "2024-06-03T08:00:00"}));
+    EXPECT_EQ(why["constraints"][1]["task"], "Integration");
+    // By title too, as plain text for a terminal.
+    ToolRun text = runTool("demo --why \"Test plan\"");
+    ASSERT_EQ(text.exitCode, 0);
+    EXPECT_NE(text.output.find("  Requirements ends at: "), std::string::npos) << text.output;
+    EXPECT_NE(text.output.find("  Locked start date: "), std::string::npos);
+    EXPECT_EQ(text.output.find("<b>"), std::string::npos);
+}
+
 TEST(DemoCommandTest, BadArgumentsAreAUsageError) {
+    EXPECT_EQ(runTool("demo --why").exitCode, 2);
+    EXPECT_EQ(runTool("demo --why 9.9").exitCode, 2);
+    EXPECT_NE(runTool("demo --why 9.9", true).output.find("no task \"9.9\""), std::string::npos);
+    EXPECT_EQ(runTool("demo --why 1.1 --issues").exitCode, 2);
     EXPECT_EQ(runTool("demo --bogus").exitCode, 2);
     EXPECT_EQ(runTool("no-such-command").exitCode, 2);
     EXPECT_EQ(runTool("--version").exitCode, 0);
