@@ -10,6 +10,8 @@
 //   FirstFullRecompute   every date of the plan computed from empty caches
 //   EditEarlyTask        one early task's effort changed, then the plan recomputed
 //   ChainOfTenThousand   10,000 tasks in one chain: recompute, then an edit of the head
+//   CriticalPath         the project's critical path worked out again over a recomputed
+//                        plan: the share that the end of every recompute adds
 //
 // A change of effort reaches the root through the task's earliest end and latest start,
 // and the root's limits are walked down to every task: whatever the shape, the edit
@@ -26,6 +28,7 @@
 #include <random>
 
 #include "BenchSupport.h"
+#include "Model/engine/KSCriticalPath.h"
 #include "Model/tasks/KSDependency.h"
 
 using namespace kestrum;
@@ -160,6 +163,19 @@ void BM_ChainOfTenThousand(benchmark::State& state) {
         state.ResumeTiming();
     }
 }
+void BM_CriticalPath(benchmark::State& state) {
+    auto plan = makeGroupedPlan(planSize(), 50, static_cast<Shape>(state.range(0)));
+    plan->recompute();
+    KSCriticalPath& path = *plan->root().criticalPathRoot();
+    std::size_t onPath = 0;
+    for (auto _ : state) {
+        path.recalculatePath();
+        onPath = path.pathContents().size();
+    }
+    state.counters["on_path"] = static_cast<double>(onPath);
+}
+BENCHMARK(BM_CriticalPath)->Unit(benchmark::kMillisecond)->Arg(kSpread)->Arg(kLocal);
+
 BENCHMARK(BM_ChainOfTenThousand)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 }  // namespace

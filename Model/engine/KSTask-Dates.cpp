@@ -647,16 +647,28 @@ double KSTask::totalSlack() {
 }
 
 double KSTask::resourceConstrainedTotalSlackForCriticalPath(KSCriticalPath* path) {
-    double slack;
-    KSTask* neighbour = isAsSoonAsPossible() ? nextSplitChunk() : previousSplitChunk();
-    if (neighbour) {
-        slack = neighbour->resourceConstrainedTotalSlackForCriticalPath(path) + freeSlack();
-    } else if (isAsSoonAsPossible()) {
-        slack = workBetween(schedule(), endDate(), absoluteEndLimitForCriticalPath(path));
-    } else {
-        slack = workBetween(schedule(), absoluteStartLimitForCriticalPath(path), startDate());
+    // A chunk's slack runs on through the chunks after it (before it, as late as possible):
+    // each adds its own free slack to the next one's value, floored at 0 at each step. The
+    // direction is the one of the chunk asked, so that chunks placed in opposite directions
+    // do not send the question back and forth; the walk is a loop, not a recursion.
+    bool forward = isAsSoonAsPossible();
+    std::vector<KSTask*> chunks{this};
+    for (KSTask* next = forward ? nextSplitChunk() : previousSplitChunk(); next;
+         next = forward ? next->nextSplitChunk() : next->previousSplitChunk()) {
+        chunks.push_back(next);
     }
-    return slack > 0.0 ? slack : 0.0;
+    KSTask& last = *chunks.back();
+    double slack = forward
+                       ? workBetween(last.schedule(), last.endDate(),
+                                     last.absoluteEndLimitForCriticalPath(path))
+                       : workBetween(last.schedule(), last.absoluteStartLimitForCriticalPath(path),
+                                     last.startDate());
+    slack = slack > 0.0 ? slack : 0.0;
+    for (std::size_t i = chunks.size() - 1; i-- > 0;) {
+        slack += chunks[i]->freeSlack();
+        slack = slack > 0.0 ? slack : 0.0;
+    }
+    return slack;
 }
 
 // --- Uncompleted work ---------------------------------------------------------------------------

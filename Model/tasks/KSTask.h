@@ -580,8 +580,15 @@ public:
     bool delayingSplitRejoining() const { return flags_.delayingSplitRejoining; }
     KSCriticalPath* criticalPathRoot() const { return nonretainedCriticalPathRoot_; }
     void setCriticalPathRoot(KSCriticalPath* path) { nonretainedCriticalPathRoot_ = path; }
-    // Told when a critical path through this task may have changed.
-    virtual void criticalPathMayHaveChanged() {}
+    // Told when a critical path through this task may have changed; announces
+    // "criticalPath" (KSTask-CriticalPath.cpp).
+    virtual void criticalPathMayHaveChanged();
+    // Whether the project's critical path (the root task's) holds the task.
+    bool isOnCriticalPath() const;
+    // The first enabled path of the plan that holds the task; null for none.
+    KSCriticalPath* onCriticalPath() const;
+    // The first enabled path that holds both this task and `other`; null for none.
+    KSCriticalPath* sharedCriticalPathWithTask(const KSTask& other) const;
 
     // --- Splitting (KSTask-Split.cpp) -----------------------------------------------------
     KSTask* nextSplitChunk() const;
