@@ -62,24 +62,29 @@ PlanReport PlanReport::forScenario(KSScenario& scenario) {
         row.cost = task->totalCost();
         row.costText = costText(row.cost);
         row.resources = task->assignedResourcesString();
+        row.critical = task->isOnCriticalPath();
         report.rows_.push_back(std::move(row));
     }
     return report;
 }
 
-std::string PlanReport::table() const {
+std::string PlanReport::table(bool markCritical) const {
     const std::vector<std::string> header{"#",           "Task", "Start",    "End",
                                           "Total slack", "Cost", "Resources"};
     std::vector<std::vector<std::string>> lines;
+    std::vector<std::string> heading = header;
+    if (markCritical) heading[0] = "  #";
     for (const PlanRow& row : rows_) {
         std::string indent(2 * static_cast<std::size_t>(std::max(0, row.level - 1)), ' ');
-        lines.push_back({row.outline, indent + row.title, row.start.empty() ? "-" : row.start,
-                         row.end.empty() ? "-" : row.end, workingHoursText(row.totalSlack),
+        std::string mark = markCritical ? (row.critical ? "* " : "  ") : "";
+        lines.push_back({mark + row.outline, indent + row.title,
+                         row.start.empty() ? "-" : row.start, row.end.empty() ? "-" : row.end,
+                         workingHoursText(row.totalSlack),
                          row.costText.empty() ? "-" : row.costText,
                          row.resources.empty() ? "-" : row.resources});
     }
     std::vector<std::size_t> widths;
-    for (const auto& title : header)
+    for (const auto& title : heading)
         widths.push_back(title.size());
     for (const auto& line : lines) {
         for (std::size_t i = 0; i < line.size(); ++i)
@@ -92,14 +97,15 @@ std::string PlanReport::table() const {
         }
         out << '\n';
     };
-    print(header);
+    print(heading);
     for (const auto& line : lines)
         print(line);
     out << "Plan: " << planStart_ << " - " << planEnd_ << ", cost " << planCostText_ << '\n';
+    if (markCritical) out << "* on the critical path\n";
     return out.str();
 }
 
-nlohmann::ordered_json PlanReport::json() const {
+nlohmann::ordered_json PlanReport::json(bool markCritical) const {
     nlohmann::ordered_json tasks = nlohmann::ordered_json::array();
     for (const PlanRow& row : rows_) {
         tasks.push_back(
@@ -112,6 +118,7 @@ nlohmann::ordered_json PlanReport::json() const {
              {"totalSlack", row.totalSlack},
              {"cost", row.cost},
              {"resources", row.resources}});
+        if (markCritical) tasks.back()["critical"] = row.critical;
     }
     return {{"start", planStart_}, {"end", planEnd_}, {"cost", planCost_}, {"tasks", tasks}};
 }

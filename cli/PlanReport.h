@@ -31,6 +31,7 @@ struct PlanRow {
     double cost = 0.0;        // the task's total cost
     std::string costText;     // the cost in the plan's currency; "" for none
     std::string resources;    // the assignment text; "" for none
+    bool critical = false;    // on the project's critical path
 };
 
 class PlanReport {
@@ -43,11 +44,13 @@ public:
     const std::string& planEnd() const { return planEnd_; }
     // The whole plan's cost (the root task's).
     double planCost() const { return planCost_; }
-    // Aligned columns with a header line; titles indented by level.
-    std::string table() const;
+    // Aligned columns with a header line; titles indented by level. With `markCritical`,
+    // a "*" before the outline number marks the tasks of the project's critical path.
+    std::string table(bool markCritical = false) const;
     // {"start", "end", "tasks": [{"outline", "title", "kind", "start", "end",
     //  "totalSlack", "cost", "resources"}], "cost"}; slack in seconds, costs as numbers.
-    nlohmann::ordered_json json() const;
+    // With `markCritical`, each task also has "critical": true or false.
+    nlohmann::ordered_json json(bool markCritical = false) const;
 
 private:
     std::vector<PlanRow> rows_;

@@ -3,6 +3,7 @@
 //   kestrum --version
 //   kestrum demo [--json]     schedule a sample plan and print its tasks' dates, costs and
 //                             the resources assigned
+//   kestrum demo --critical   mark the tasks of the project's critical path
 //   kestrum demo --issues     list the plan's issues instead
 //   kestrum demo --why TASK   what acts on one task (outline number or title), binding first
 //
@@ -28,6 +29,7 @@ constexpr int kExitUsage = 2;
 struct DemoOptions {
     bool json = false;
     bool issues = false;
+    bool critical = false;
     std::string why;
 };
 
@@ -56,9 +58,9 @@ int runDemo(const DemoOptions& options) {
     } else {
         kestrum::cli::PlanReport report = kestrum::cli::PlanReport::forScenario(plan.scenario());
         if (options.json) {
-            std::cout << report.json().dump(2) << '\n';
+            std::cout << report.json(options.critical).dump(2) << '\n';
         } else {
-            std::cout << report.table();
+            std::cout << report.table(options.critical);
         }
     }
     for (const auto& error : plan.errors())
@@ -82,6 +84,9 @@ int main(int argc, char** argv) {
         "title, start, end, total slack, cost and the resources assigned to it (dates as "
         "ISO local date-times, costs in US dollars)");
     demo->add_flag("--json", demoOptions.json, "Print JSON instead of text");
+    auto* critical = demo->add_flag("--critical", demoOptions.critical,
+                                    "Mark the tasks of the project's critical path (a \"*\" "
+                                    "before the outline number; \"critical\" in JSON)");
     auto* issues = demo->add_flag("--issues", demoOptions.issues,
                                   "List every issue of the plan (task, error or warning, "
                                   "short text) instead of the table");
@@ -89,7 +94,9 @@ int main(int argc, char** argv) {
                      "Print what acts on one task's date, the binding item first; TASK is an "
                      "outline number (2.3) or a title")
         ->option_text("TASK")
-        ->excludes(issues);
+        ->excludes(issues)
+        ->excludes(critical);
+    issues->excludes(critical);
 
     try {
         app.parse(argc, argv);

@@ -167,7 +167,30 @@ TEST(DemoCommandTest, WhyListsWhatActsOnATaskBindingFirst) {
     EXPECT_EQ(text.output.find("<b>"), std::string::npos);
 }
 
+// Every leaf of the sample plan ends up without slack: the locked test plan pulls the
+// requirements 8 hours late, and the rest runs back to back to the launch.
+TEST(DemoCommandTest, CriticalMarksTheTasksOfTheProjectsPath) {
+    ToolRun run = runTool("demo --critical --json");
+    ASSERT_EQ(run.exitCode, 0);
+    nlohmann::json plan = nlohmann::json::parse(run.output);
+    for (const auto& task : plan["tasks"]) {
+        SCOPED_TRACE(task["title"].get<std::string>());
+        ASSERT_TRUE(task.contains("critical"));
+        if (task["kind"] != "group") {
+            EXPECT_EQ(task["critical"].get<bool>(), task["totalSlack"].get<double>() <= 0.0);
+        }
+    }
+    ToolRun table = runTool("demo --critical");
+    ASSERT_EQ(table.exitCode, 0);
+    EXPECT_NE(table.output.find("\n* 2.2    Frontend"), std::string::npos) << table.output;
+    EXPECT_NE(table.output.find("* on the critical path\n"), std::string::npos);
+    // Without the flag, neither marks nor the key.
+    EXPECT_FALSE(
+        nlohmann::json::parse(runTool("demo --json").output)["tasks"][0].contains("critical"));
+}
+
 TEST(DemoCommandTest, BadArgumentsAreAUsageError) {
+    EXPECT_EQ(runTool("demo --critical --issues").exitCode, 2);
     EXPECT_EQ(runTool("demo --why").exitCode, 2);
     EXPECT_EQ(runTool("demo --why 9.9").exitCode, 2);
     EXPECT_NE(runTool("demo --why 9.9", true).output.find("no task \"9.9\""), std::string::npos);
